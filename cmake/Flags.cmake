@@ -1,0 +1,37 @@
+# Every compiler and linker flag of the project, each exception with its reason.
+add_library(kzr_flags INTERFACE)
+target_compile_features(kzr_flags INTERFACE cxx_std_20)
+target_include_directories(kzr_flags INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_compile_options(kzr_flags INTERFACE
+  -Wall -Wextra -Werror -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wundef
+  -fstack-protector-strong
+  -g)
+
+if(WIN32)
+  target_compile_definitions(kzr_flags INTERFACE
+    UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX STRICT
+    _WIN32_WINNT=0x0601 WINVER=0x0601
+    # The platform's own formatter: it allocates nothing and is small.
+    __USE_MINGW_ANSI_STDIO=0)
+  target_compile_options(kzr_flags INTERFACE
+    $<$<COMPILE_LANGUAGE:CXX>:
+      # A processor fault unwinds our frames like a throw (see src/fault).
+      -fnon-call-exceptions
+      # A thread-safe static costs a TLS slot on every load of the DLL; ours are made before threads meet them.
+      -fno-threadsafe-statics
+      # Platform headers cast function pointers and declare interfaces without virtual destructors.
+      -Wno-cast-function-type
+      -Wno-non-virtual-dtor
+      >
+    # Sections let the linker drop what the DLL never calls.
+    -ffunction-sections -fdata-sections)
+  target_link_options(kzr_flags INTERFACE
+    -static -Wl,--gc-sections -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
+endif()
+
+if(KZR_UBSAN_TRAP)
+  # No sanitizer runtime exists for PE: undefined behaviour ends in an illegal instruction instead.
+  target_compile_options(kzr_flags INTERFACE -fsanitize=undefined -fsanitize-undefined-trap-on-error
+    # Interfaces of other modules carry no type information to check against.
+    -fno-sanitize=vptr)
+endif()

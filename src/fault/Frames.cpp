@@ -1,0 +1,112 @@
+// The handlers of the two frames: what they take, what they leave alone, and how a fault becomes a throw.
+#include "fault/Frames.h"
+
+#include <malloc.h>
+#include <winternl.h>
+
+extern "C" {
+std::uint32_t KzrForeignFrame(kzr::Thunk thunk, void* context);
+std::uint32_t KzrOwnFrame(kzr::Thunk thunk, void* context);
+extern char KzrForeignLanding[];
+extern char KzrOwnLanding[];
+void KzrThrowAtFault();
+[[noreturn]] void KzrThrowFault(std::uint32_t code);
+EXCEPTION_DISPOSITION KzrForeignHandler(EXCEPTION_RECORD*, void*, CONTEXT*, DISPATCHER_CONTEXT*);
+EXCEPTION_DISPOSITION KzrOwnHandler(EXCEPTION_RECORD*, void*, CONTEXT*, DISPATCHER_CONTEXT*);
+}
+
+namespace kzr {
+namespace {
+
+// This compiler's own throw, unwind and forced-unwind codes: ordinary C++ exceptions, for our catch clauses.
+constexpr bool IsCompilersOwn(DWORD code)
+{
+    return code == 0x20474343 || code == 0x21474343 || code == 0x22474343;
+}
+
+constexpr bool IsUnwinding(DWORD flags)
+{
+    return (flags & (EXCEPTION_UNWINDING | EXCEPTION_EXIT_UNWIND)) != 0;
+}
+
+void UnwindTo(void* frame, char* landing, EXCEPTION_RECORD* record, CONTEXT* context,
+              DISPATCHER_CONTEXT* dispatcher)
+{
+    const auto code = static_cast<ULONG_PTR>(record->ExceptionCode);
+    RtlUnwindEx(frame, landing, record, reinterpret_cast<void*>(code), context, dispatcher->HistoryTable);
+}
+
+// After a stack overflow the guard page is gone; without it the next overflow would end the process.
+void RestoreGuardPage(std::uint32_t code)
+{
+    if (code == static_cast<std::uint32_t>(STATUS_STACK_OVERFLOW)) _resetstkoflw();
+}
+
+}  // namespace
+
+std::uint32_t RunOwnCode(Thunk thunk, void* context)
+{
+    const std::uint32_t code = KzrOwnFrame(thunk, context);
+    RestoreGuardPage(code);
+    return code;
+}
+
+void RunForeignCode(Thunk thunk, void* context)
+{
+    std::uint32_t code = 0;
+    try {
+        code = KzrForeignFrame(thunk, context);
+    } catch (...) {
+        // A throw of the same compiler in another module: its type means nothing here.
+        code = 0x20474343;
+    }
+    RestoreGuardPage(code);
+    if (code != 0) throw Fault(code);
+}
+
+bool HasStackLeft(std::size_t bytes) noexcept
+{
+    // The thread block keeps the lowest address that the stack may grow down to at this offset.
+    constexpr DWORD kDeallocationStack = 0x1478;
+    const auto lowest = static_cast<std::uintptr_t>(__readgsqword(kDeallocationStack));
+    const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+    return here - lowest >= bytes;
+}
+
+}  // namespace kzr
+
+// Nobody inside has taken the exception by the time this is asked, so whatever it is, it would leave foreign code.
+EXCEPTION_DISPOSITION KzrForeignHandler(EXCEPTION_RECORD* record, void* frame, CONTEXT* context,
+                                        DISPATCHER_CONTEXT* dispatcher)
+{
+    if (kzr::IsUnwinding(record->ExceptionFlags) || kzr::IsCompilersOwn(record->ExceptionCode))
+        return ExceptionContinueSearch;
+    kzr::UnwindTo(frame, KzrForeignLanding, record, context, dispatcher);
+    return ExceptionContinueSearch;
+}
+
+EXCEPTION_DISPOSITION KzrOwnHandler(EXCEPTION_RECORD* record, void* frame, CONTEXT* context,
+                                    DISPATCHER_CONTEXT* dispatcher)
+{
+    if (kzr::IsUnwinding(record->ExceptionFlags) || kzr::IsCompilersOwn(record->ExceptionCode))
+        return ExceptionContinueSearch;
+
+    const bool canContinue = (record->ExceptionFlags & EXCEPTION_NONCONTINUABLE) == 0;
+    if (!canContinue || record->ExceptionCode == static_cast<DWORD>(STATUS_STACK_OVERFLOW)) {
+        kzr::UnwindTo(frame, KzrOwnLanding, record, context, dispatcher);
+        return ExceptionContinueSearch;
+    }
+
+    // Plus one: the unwinder looks up "return address minus one", which must be the faulting instruction itself.
+    context->Rsp -= sizeof(DWORD64);
+    *reinterpret_cast<DWORD64*>(context->Rsp) = context->Rip + 1;
+    context->Rip = reinterpret_cast<DWORD64>(&KzrThrowAtFault);
+    context->Rcx = record->ExceptionCode;
+    context->EFlags &= ~0x400u;  // the direction flag, as every function expects it on entry
+    return ExceptionContinueExecution;
+}
+
+void KzrThrowFault(std::uint32_t code)
+{
+    throw kzr::Fault(code);
+}

@@ -1,0 +1,110 @@
+// Where a line goes: the external library, the file, or standard output. One open, one write and one close a line.
+#include "log/Log.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstdarg>
+#include <cstdio>
+
+#include "com/Handles.h"
+#include "fault/Frames.h"
+#include "log/LogLibrary.h"
+#include "log/LogLine.h"
+
+namespace kzr {
+namespace {
+
+// Room that a line needs on the stack, the platform's part included. With less the line is dropped: a log that
+// overflows its caller's stack would be an answer.
+constexpr std::size_t kStackOfALine = kTextModeCapacity + 16384;
+
+constexpr int kLongestPath = 1024;
+
+std::atomic<std::int32_t> g_threshold{kLogTrace};
+// The file to append to, in the wide form that opening it wants; set during module start-up only.
+wchar_t g_path[kLongestPath];
+bool g_hasPath = false;
+
+class LastErrorKeeper {
+  public:
+    LastErrorKeeper() noexcept : m_error(GetLastError()) {}
+    LastErrorKeeper(const LastErrorKeeper&) = delete;
+    LastErrorKeeper& operator=(const LastErrorKeeper&) = delete;
+    ~LastErrorKeeper() { SetLastError(m_error); }
+
+  private:
+    DWORD m_error;
+};
+
+bool AppendToFile(const char* text, std::size_t length)
+{
+    if (!g_hasPath) return false;
+    const UniqueFile file(CreateFileW(g_path, GENERIC_READ | FILE_APPEND_DATA,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file) return false;
+    DWORD written = 0;
+    WriteFile(file.Get(), text, static_cast<DWORD>(length), &written, nullptr);
+    return true;
+}
+
+void WriteToStandardOutput(const char* text, std::size_t length)
+{
+    const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
+    if (!output || output == INVALID_HANDLE_VALUE) return;
+    DWORD written = 0;
+    WriteFile(output, text, static_cast<DWORD>(length), &written, nullptr);
+}
+
+[[gnu::noinline]] void WriteLine(const LineFacts& facts, const char* format, va_list arguments)
+{
+    char text[kTextModeCapacity];
+    const std::size_t length = ToTextMode(text, BuildLine(text, facts, format, arguments));
+    if (!AppendToFile(text, length)) WriteToStandardOutput(text, length);
+}
+
+[[gnu::noinline]] void WriteToLibrary(const LineFacts& facts, const char* format, va_list arguments)
+{
+    char message[kLineCapacity];
+    // The formatter leaves a text that is too long without its end.
+    _vsnprintf(message, sizeof(message), format, arguments);
+    message[sizeof(message) - 1] = '\0';
+    WriteToLogLibrary(facts.sourceFile, facts.line, facts.level, message);
+}
+
+}  // namespace
+
+void WriteLog(const char* sourceFile, std::uint32_t line, std::int32_t level, std::uint32_t status,
+              const char* format, ...)
+{
+    const LastErrorKeeper keeper;
+    if (!HasStackLeft(kStackOfALine)) return;
+
+    LineFacts facts{{}, 0, sourceFile, line, level, status};
+    va_list arguments;
+    va_start(arguments, format);
+    if (HasLogLibrary()) {
+        WriteToLibrary(facts, format, arguments);
+    } else if (level <= g_threshold.load(std::memory_order_relaxed)) {
+        GetLocalTime(&facts.time);
+        facts.threadId = GetCurrentThreadId();
+        WriteLine(facts, format, arguments);
+    }
+    va_end(arguments);
+}
+
+void InitLog(const char* levelName, const char* filePath)
+{
+    StartLogLibrary();
+    SetLogLevelAndPath(levelName, filePath);
+}
+
+void SetLogLevelAndPath(const char* levelName, const char* filePath)
+{
+    const std::int32_t number = LevelNumber(levelName);
+    if (number >= 0) g_threshold.store(number, std::memory_order_relaxed);
+    g_hasPath = MultiByteToWideChar(CP_ACP, 0, filePath, -1, g_path, kLongestPath) > 1;
+}
+
+}  // namespace kzr

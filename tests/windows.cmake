@@ -1,0 +1,25 @@
+# Tests are ordinary programs: they catch what they throw and keep their symbols.
+file(GLOB support CONFIGURE_DEPENDS support/*.cpp)
+add_library(kzr_test_support STATIC ${support})
+target_link_libraries(kzr_test_support PUBLIC kzr_flags gtest ole32 oleaut32 uuid shell32 advapi32 user32 ntdll)
+target_include_directories(kzr_test_support PUBLIC ${PROJECT_SOURCE_DIR}/tests ${KZR_IDL_DIR})
+add_dependencies(kzr_test_support kzr_idl)
+
+function(kzr_test_program name)
+  cmake_parse_arguments(arg "" "" "ROOMS" ${ARGN})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${name}/*.cpp)
+  if(NOT sources)
+    return()
+  endif()
+  foreach(room ${arg_ROOMS})
+    list(APPEND sources $<TARGET_OBJECTS:kzr_${room}>)
+  endforeach()
+  add_executable(kzr_${name}_tests ${sources})
+  target_link_libraries(kzr_${name}_tests PRIVATE kzr_test_support gdi32)
+  set_target_properties(kzr_${name}_tests PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+endfunction()
+
+kzr_test_program(unit ROOMS fault com log backend cache)
+kzr_test_program(component)
+kzr_test_program(registration)
