@@ -1,0 +1,100 @@
+// The dispatch identifiers of every scripted method, for the type library and for the code alike: nothing but
+// defines, since the IDL compiler reads this file too.
+#pragma once
+
+#define DISPID_ICertificate_importCert 1
+#define DISPID_ICertificate_exportCert 2
+#define DISPID_ICertificate_getBasicCertInfoByOID 3
+#define DISPID_ICertificate_checkValidaty 4
+#define DISPID_ICertificate_getExtCertInfoByOID 5
+#define DISPID_ICertificate_validateCert 6
+#define DISPID_ICertificate_modifyPFXPwd 7
+#define DISPID_ICertificate_modifyPFXPwd2 8
+#define DISPID_ICertificate_SavePFXToCBIEx 9
+#define DISPID_ICertificate_ParseCBIToPFXEx 10
+#define DISPID_ICertificate_ClearConfig 11
+
+#define DISPID_ICrypto_setUserCfg 1
+#define DISPID_ICrypto_setAlgFlag 2
+#define DISPID_ICrypto_signedDataByP7 3
+#define DISPID_ICrypto_verifySignedDataByP7 4
+#define DISPID_ICrypto_signedData 5
+#define DISPID_ICrypto_verifySignedData 6
+#define DISPID_ICrypto_generateRandom 7
+#define DISPID_ICrypto_envelopedData 8
+#define DISPID_ICrypto_authUser 9
+#define DISPID_ICrypto_checkUser 10
+#define DISPID_ICrypto_decodeP7Data 11
+#define DISPID_ICrypto_encryptFile 12
+#define DISPID_ICrypto_decryptFile 13
+#define DISPID_ICrypto_setOnceCfg 14
+#define DISPID_ICrypto_ReadPfxToQmr 15
+#define DISPID_ICrypto_Hash 16
+#define DISPID_ICrypto_signFile 17
+#define DISPID_ICrypto_verifySignFile 18
+#define DISPID_ICrypto_signedDataXML 19
+#define DISPID_ICrypto_verifySignedDataXML 20
+#define DISPID_ICrypto_getXMLSignatureInfo 21
+#define DISPID_ICrypto_EncStr 22
+#define DISPID_ICrypto_DecStr 23
+#define DISPID_ICrypto_SetSessionKey 24
+#define DISPID_ICrypto_GetSessionKey 25
+#define DISPID_ICrypto_SetPinFlag 27
+#define DISPID_ICrypto_SecertSegment 28
+#define DISPID_ICrypto_SecertRecovery 29
+#define DISPID_ICrypto_EncDataByCert 30
+#define DISPID_ICrypto_DecDataByRSA 31
+#define DISPID_ICrypto_encryptData 32
+#define DISPID_ICrypto_decryptData 33
+#define DISPID_ICrypto_pubKeyEncrypt 34
+#define DISPID_ICrypto_priKeyDecrypt 35
+#define DISPID_ICrypto_HashData 36
+#define DISPID_ICrypto_GenTSReq 37
+#define DISPID_ICrypto_EncData 38
+#define DISPID_ICrypto_DecData 39
+#define DISPID_ICrypto_HashFile 40
+#define DISPID_ICrypto_setUserCfgEx 41
+
+#define DISPID_IDeviceMgr_userLogin 1
+#define DISPID_IDeviceMgr_changeUserPin 2
+#define DISPID_IDeviceMgr_enumUserCertificates 3
+#define DISPID_IDeviceMgr_getKeyRetrys 4
+#define DISPID_IDeviceMgr_getOldKeyInfo 5
+#define DISPID_IDeviceMgr_changeOldKeyPwd 6
+#define DISPID_IDeviceMgr_getKeyData 7
+#define DISPID_IDeviceMgr_getKeySN 8
+#define DISPID_IDeviceMgr_getKeySavedPass 9
+#define DISPID_IDeviceMgr_setKeyData 10
+#define DISPID_IDeviceMgr_creatKeyFile 11
+#define DISPID_IDeviceMgr_changeUserPin2 12
+#define DISPID_IDeviceMgr_userLoginEx 13
+#define DISPID_IDeviceMgr_changeUserPinEx 14
+#define DISPID_IDeviceMgr_getKeyRetrysEx 15
+#define DISPID_IDeviceMgr_getKeyDataEx 16
+#define DISPID_IDeviceMgr_getKeySNEx 17
+#define DISPID_IDeviceMgr_setKeyDataEx 18
+#define DISPID_IDeviceMgr_creatKeyFileEx 19
+
+#define DISPID_IUtil_base64EncodeString 1
+#define DISPID_IUtil_base64EncodeFile 2
+#define DISPID_IUtil_getUserList 3
+#define DISPID_IUtil_getUserInfoByContainer 4
+#define DISPID_IUtil_base64DecodeFile 5
+#define DISPID_IUtil_base64DecodeString 6
+#define DISPID_IUtil_getUserList2 7
+#define DISPID_IUtil_GetContainerNameByUniqueId 8
+#define DISPID_IUtil_RenameFile 9
+
+#define DISPID_USBKeyPnPActiveX_EnumUsbKey 1
+#define DISPID_USBKeyPnPActiveX_getUserInfoByContainer 2
+#define DISPID_USBKeyPnPActiveX_getUserList 3
+#define DISPID_USBKeyPnPActiveX_RegisterDeviceInterface 4
+#define DISPID_USBKeyPnPActiveX_SetLoginState 5
+#define DISPID_USBKeyPnPActiveX_GetSavedPass 6
+#define DISPID_USBKeyPnPActiveX_GetUSBKeyList 7
+#define DISPID_USBKeyPnPActiveX_GetPassSaveState 8
+#define DISPID_USBKeyPnPActiveX_SaveUserPass 9
+#define DISPID_USBKeyPnPActiveX_DelUserPass 10
+#define DISPID_USBKeyPnPActiveX_AboutBox (-552)
+
+#define DISPID_USBKeyPnPActiveXEvents_OnUSBKeyChange 1
