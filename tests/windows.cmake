@@ -14,7 +14,7 @@ function(kzr_test_program name)
   foreach(room ${arg_ROOMS})
     list(APPEND sources $<TARGET_OBJECTS:kzr_${room}>)
   endforeach()
-  add_executable(kzr_${name}_tests ${sources})
+  add_executable(kzr_${name}_tests ${sources} $<TARGET_OBJECTS:kzr_ids>)
   target_link_libraries(kzr_${name}_tests PRIVATE kzr_test_support gdi32)
   set_target_properties(kzr_${name}_tests PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)

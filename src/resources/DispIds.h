@@ -1,5 +1,5 @@
-// The dispatch identifiers of every scripted method, for the type library and for the code alike: nothing but
-// defines, since the IDL compiler reads this file too.
+// The dispatch identifiers of every scripted method, for the type library and for the code alike: nothing
+// but defines, since the IDL compiler reads this file too.
 #pragma once
 
 #define DISPID_ICertificate_importCert 1
