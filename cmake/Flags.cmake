@@ -26,7 +26,8 @@ if(WIN32)
     # Sections let the linker drop what the DLL never calls.
     -ffunction-sections -fdata-sections)
   target_link_options(kzr_flags INTERFACE
-    -static -Wl,--gc-sections -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
+    # Named again here, since it brings the library of the stack guard.
+    -static -fstack-protector-strong -Wl,--gc-sections -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
 endif()
 
 if(KZR_UBSAN_TRAP)

@@ -1,0 +1,12 @@
+// How the class table makes the control and its property page, without a look at their classes.
+#pragma once
+
+#include <unknwn.h>
+#include <windows.h>
+
+namespace kzr {
+
+HRESULT CreateUSBKeyPnPActiveXCtrl(IUnknown* outer, REFIID iid, void** object);
+HRESULT CreateUSBKeyPnPActiveXPropPage(IUnknown* outer, REFIID iid, void** object);
+
+}  // namespace kzr
