@@ -63,4 +63,7 @@ def excerpt(run, lines):
                           r"\[  FAILED  \] " + re.escape(name), run.output, re.S)
         if block:
             found += [f"{name}:"] + block.group(1).splitlines()
-    return found[:lines] if found else run.output.splitlines()[-lines:]
+    if found and not any(reason for _, reason in run.failures):
+        return found[:lines]
+    # A reason of our own tells that the program did not come to its end: its last words count too.
+    return found[:lines // 2] + run.output.splitlines()[-(lines - len(found[:lines // 2])):]
