@@ -5,7 +5,7 @@
 namespace kzr {
 namespace {
 
-// 3000-12-31 23:59:59 universal time: where the platform's conversion ends.
+// The last moment that the platform's conversion knows: eight hours into the year 3001 of universal time.
 constexpr long long kLastMoment = 0x793406fffLL;
 constexpr int kFirstYear = 1900;
 constexpr long long kSecondsPerDay = 86400;
