@@ -21,5 +21,7 @@ function(kzr_test_program name)
 endfunction()
 
 kzr_test_program(unit ROOMS fault com log backend cache)
+# Of the objects only the portable part: the rest is tested through the DLL.
+target_sources(kzr_unit_tests PRIVATE ${PROJECT_SOURCE_DIR}/src/objects/Validity.cpp)
 kzr_test_program(component)
 kzr_test_program(registration)
