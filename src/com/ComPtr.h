@@ -1,5 +1,5 @@
-// Counted pointers: `ComPtr` to objects of ours and of the platform, `ForeignPtr` to objects of the backend and of
-// hosts, whose own code runs on Release and may fault there.
+// Counted pointers: `ComPtr` to objects of ours and of the platform, `ForeignPtr` to objects of the backend
+// and of hosts, whose own code runs on Release and may fault there.
 #pragma once
 
 #include <windows.h>

@@ -10,30 +10,18 @@ Lock g_cacheLock;
 
 }  // namespace
 
-Lock& BackendLock() noexcept
-{
-    return g_backendLock;
-}
+Lock& BackendLock() noexcept { return g_backendLock; }
 
-Lock& CacheLock() noexcept
-{
-    return g_cacheLock;
-}
+Lock& CacheLock() noexcept { return g_cacheLock; }
 
 LockGuard::~LockGuard()
 {
     if (m_lock) m_lock->Leave();
 }
 
-void Lock::Create() noexcept
-{
-    InitializeCriticalSection(&m_section);
-}
+void Lock::Create() noexcept { InitializeCriticalSection(&m_section); }
 
-void Lock::Delete() noexcept
-{
-    DeleteCriticalSection(&m_section);
-}
+void Lock::Delete() noexcept { DeleteCriticalSection(&m_section); }
 
 LockGuard Lock::lock() noexcept
 {
@@ -41,10 +29,7 @@ LockGuard Lock::lock() noexcept
     return LockGuard(this);
 }
 
-bool Lock::IsMine() const noexcept
-{
-    return MyDepth() > 0;
-}
+bool Lock::IsMine() const noexcept { return MyDepth() > 0; }
 
 int Lock::MyDepth() const noexcept
 {
@@ -100,9 +85,6 @@ LockBothGuard::~LockBothGuard()
     g_cacheLock.Leave();
 }
 
-LockBothGuard LockCacheThenBackend() noexcept
-{
-    return LockBothGuard();
-}
+LockBothGuard LockCacheThenBackend() noexcept { return LockBothGuard(); }
 
 }  // namespace kzr

@@ -1,9 +1,9 @@
 // The component's two process-wide locks and the guards that are the only way to hold them.
 //
-// Lock order: the cache lock, then the backend lock. One case cannot keep it: a backend call pumps messages, and
-// what it lets in on the same thread wants the cache while the backend lock is held. So nobody ever waits for the
-// backend lock with the cache lock in hand: whoever needs both takes them with `LockCacheThenBackend`, which backs
-// off. Debug builds check that.
+// Lock order: the cache lock, then the backend lock. One case cannot keep it: a backend call pumps messages,
+// and what it lets in on the same thread wants the cache while the backend lock is held. So nobody ever waits
+// for the backend lock with the cache lock in hand: whoever needs both takes them with
+// `LockCacheThenBackend`, which backs off. Debug builds check that.
 #pragma once
 
 #include <windows.h>

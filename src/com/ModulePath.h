@@ -9,10 +9,7 @@ extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace kzr {
 
-inline HMODULE ThisModule() noexcept
-{
-    return reinterpret_cast<HMODULE>(&__ImageBase);
-}
+inline HMODULE ThisModule() noexcept { return reinterpret_cast<HMODULE>(&__ImageBase); }
 
 // The module's full path, of any length; empty when the system does not tell.
 inline std::wstring ModulePath()

@@ -45,6 +45,9 @@ class Variant {
     // Frees what is held. A value that another module made may fault in there; that costs the value, no more.
     void Clear() noexcept;
 
+    // The value itself, for arrays that travel as they stand.
+    VARIANT* raw() noexcept { return &m_value; }
+
     VARTYPE Type() const noexcept { return m_value.vt; }
     const VARIANT& Get() const noexcept { return m_value; }
     VARIANT* put() noexcept

@@ -75,7 +75,8 @@ bool HasStackLeft(std::size_t bytes) noexcept
 
 }  // namespace kzr
 
-// Nobody inside has taken the exception by the time this is asked, so whatever it is, it would leave foreign code.
+// Nobody inside has taken the exception by the time this is asked, so whatever it is, it would leave foreign
+// code.
 EXCEPTION_DISPOSITION KzrForeignHandler(EXCEPTION_RECORD* record, void* frame, CONTEXT* context,
                                         DISPATCHER_CONTEXT* dispatcher)
 {
@@ -97,7 +98,8 @@ EXCEPTION_DISPOSITION KzrOwnHandler(EXCEPTION_RECORD* record, void* frame, CONTE
         return ExceptionContinueSearch;
     }
 
-    // Plus one: the unwinder looks up "return address minus one", which must be the faulting instruction itself.
+    // Plus one: the unwinder looks up "return address minus one", which must be the faulting instruction
+    // itself.
     context->Rsp -= sizeof(DWORD64);
     *reinterpret_cast<DWORD64*>(context->Rsp) = context->Rip + 1;
     context->Rip = reinterpret_cast<DWORD64>(&KzrThrowAtFault);
@@ -106,7 +108,4 @@ EXCEPTION_DISPOSITION KzrOwnHandler(EXCEPTION_RECORD* record, void* frame, CONTE
     return ExceptionContinueExecution;
 }
 
-void KzrThrowFault(std::uint32_t code)
-{
-    throw kzr::Fault(code);
-}
+void KzrThrowFault(std::uint32_t code) { throw kzr::Fault(code); }

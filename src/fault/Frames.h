@@ -24,12 +24,12 @@ class Fault : public std::exception {
 using Thunk = void (*)(void* context);
 
 // Runs `thunk` and returns 0; or, when an exception left it that cannot be turned into a throw at its place
-// (non-continuable, or no stack left), unwinds to here and returns its code. Destructors below have not run then.
-// Any other fault is thrown as a `Fault` from the faulting instruction, so that destructors run.
+// (non-continuable, or no stack left), unwinds to here and returns its code. Destructors below have not run
+// then. Any other fault is thrown as a `Fault` from the faulting instruction, so that destructors run.
 std::uint32_t RunOwnCode(Thunk thunk, void* context);
 
-// Runs `thunk`, which calls into another module. Whatever comes out of that, processor fault, stack overflow or
-// an exception of any runtime, is thrown from here as a `Fault`.
+// Runs `thunk`, which calls into another module. Whatever comes out of that, processor fault, stack overflow
+// or an exception of any runtime, is thrown from here as a `Fault`.
 void RunForeignCode(Thunk thunk, void* context);
 
 // Calls into another module: `call` may hold nothing that needs a destructor, since a fault passes over it.

@@ -1,4 +1,5 @@
-// Where a line goes: the external library, the file, or standard output. One open, one write and one close a line.
+// Where a line goes: the external library, the file, or standard output. One open, one write and one close a
+// line.
 #include "log/Log.h"
 
 #include <windows.h>
@@ -15,8 +16,8 @@
 namespace kzr {
 namespace {
 
-// Room that a line needs on the stack, the platform's part included. With less the line is dropped: a log that
-// overflows its caller's stack would be an answer.
+// Room that a line needs on the stack, the platform's part included. With less the line is dropped: a log
+// that overflows its caller's stack would be an answer.
 constexpr std::size_t kStackOfALine = kTextModeCapacity + 16384;
 
 constexpr int kLongestPath = 1024;

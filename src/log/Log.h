@@ -15,7 +15,8 @@ enum LogLevel : std::int32_t {
     kLogTrace = 8,
 };
 
-// Writes one line: to the external log library when there is one, else to the log file, else to standard output.
+// Writes one line: to the external log library when there is one, else to the log file, else to standard
+// output.
 //   sourceFile  the writer's source name, a leading path allowed; null leaves source and line out
 //   line        line of the call site in that source
 //   level       0 (emerg) to 8 (trace)

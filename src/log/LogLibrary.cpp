@@ -66,10 +66,7 @@ void StartLogLibrary()
     if (g_initialize) CallForeignQuietly([] { return g_initialize(kTag), 0; }, 0);
 }
 
-bool HasLogLibrary()
-{
-    return g_output != nullptr;
-}
+bool HasLogLibrary() { return g_output != nullptr; }
 
 void WriteToLogLibrary(const char* sourceFile, std::uint32_t line, std::int32_t level, const char* message)
 {

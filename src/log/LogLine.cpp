@@ -7,12 +7,12 @@
 namespace kzr {
 namespace {
 
-constexpr const char* kLevelNames[] = {"emerg", "alert",  "crit", "error", "warn",
-                                       "notice", "info", "debug", "trace"};
+constexpr const char* kLevelNames[] = {"emerg",  "alert", "crit",  "error", "warn",
+                                       "notice", "info",  "debug", "trace"};
 constexpr std::int32_t kLevelCount = 9;
 
-// A prefix is made of numbers and names; only the source name has no fixed bound, so it is cut at this length to
-// leave the buffer to the message.
+// A prefix is made of numbers and names; only the source name has no fixed bound, so it is cut at this length
+// to leave the buffer to the message.
 constexpr std::size_t kLongestSource = 260;
 
 // Writes a line's prefix piece by piece; a formatter per piece would double a line's cost.
@@ -125,12 +125,13 @@ std::size_t BuildLine(char* buffer, const LineFacts& facts, const char* format, 
 std::size_t ToTextMode(char* buffer, std::size_t length)
 {
     std::size_t feeds = 0;
-    for (const char* p = buffer; (p = static_cast<const char*>(
-                                      std::memchr(p, '\n', length - static_cast<std::size_t>(p - buffer))));
+    for (const char* p = buffer;
+         (p = static_cast<const char*>(std::memchr(p, '\n', length - static_cast<std::size_t>(p - buffer))));
          ++p)
         ++feeds;
 
-    // From the end, so that nothing is overwritten before it is moved; what stands before the first feed stays.
+    // From the end, so that nothing is overwritten before it is moved; what stands before the first feed
+    // stays.
     const std::size_t total = length + feeds;
     for (std::size_t from = length, to = total; to != from;) {
         const char byte = buffer[--from];

@@ -23,8 +23,8 @@ struct LineFacts {
     std::uint32_t status;
 };
 
-// Builds the line with its line feed in `buffer` (kLineCapacity bytes) and answers its length. A message that does
-// not fit is lost: the line feed then replaces the blank at the prefix's end.
+// Builds the line with its line feed in `buffer` (kLineCapacity bytes) and answers its length. A message that
+// does not fit is lost: the line feed then replaces the blank at the prefix's end.
 std::size_t BuildLine(char* buffer, const LineFacts& facts, const char* format, va_list arguments);
 
 // Turns every line feed of `buffer` (kTextModeCapacity bytes) into CR LF in place; answers the new length.

@@ -1,10 +1,13 @@
-// Where the log file stands. Nothing here creates the "log" folder itself: its existence is the log's only switch.
+// Where the log file stands. Nothing here creates the "log" folder itself: its existence is the log's only
+// switch.
 #include <windows.h>
 #include <shlobj.h>
 
 #include <algorithm>
+#include <cwchar>
 #include <string>
 
+#include "com/Text.h"
 #include "log/Log.h"
 
 namespace kzr {
@@ -24,23 +27,22 @@ DWORD MajorVersion()
 #pragma GCC diagnostic pop
 }
 
-// Makes every folder of a path that ends in "\". The library function for it lives in a debugging DLL that a host
-// should not have to load.
-void CreateFolders(const std::string& path)
+// Makes every folder of a path that ends in "\". The library function for it lives in a debugging DLL that a
+// host should not have to load.
+void CreateFolders(const std::wstring& path)
 {
-    for (std::size_t slash = path.find('\\'); slash != std::string::npos; slash = path.find('\\', slash + 1))
-        if (slash > 2) CreateDirectoryA(path.substr(0, slash).c_str(), nullptr);
+    for (std::size_t slash = path.find(L'\\'); slash != path.npos; slash = path.find(L'\\', slash + 1))
+        if (slash > 2) CreateDirectoryW(path.substr(0, slash).c_str(), nullptr);
 }
 
-// The host program's file name; empty when its path cannot be had.
+// The host program's file name; empty when its path cannot be had. Looked for in wide text, since a
+// double-byte character may hold a "\" as its second byte.
 std::string HostName()
 {
-    char path[MAX_PATH + 1] = {};
-    const DWORD length = GetModuleFileNameA(nullptr, path, MAX_PATH);
-    if (length == 0) return {};
-    const std::string full(path, std::min<DWORD>(length, MAX_PATH));
-    const std::size_t slash = full.rfind('\\');
-    return slash == std::string::npos ? full : full.substr(slash + 1);
+    wchar_t path[MAX_PATH + 1] = {};
+    if (GetModuleFileNameW(nullptr, path, MAX_PATH) == 0) return {};
+    const wchar_t* const slash = std::wcsrchr(path, L'\\');
+    return BstrToString(std::wstring_view(slash ? slash + 1 : path));
 }
 
 }  // namespace
@@ -55,7 +57,7 @@ void GetLogFolder(std::string& folder)
     folder = path;
     if (MajorVersion() >= 6) folder += "Low";
     folder += "\\TOLV\\";
-    CreateFolders(folder);
+    CreateFolders(StringToWide(folder));
 }
 
 std::string LogFilePath()
@@ -65,8 +67,8 @@ std::string LogFilePath()
     path = path.empty() ? kNoFolderPath : path + "log\\KzrSecX_";
     path += HostName();
     path += "_PID_" + std::to_string(static_cast<int>(GetCurrentProcessId()));
-    // The folder's dots go too. A folder that has one is then no longer found, and the lines go to standard output:
-    // a known limit that log readers have learned to live with.
+    // The folder's dots go too. A folder that has one is then no longer found, and the lines go to standard
+    // output: a known limit that log readers have learned to live with.
     std::replace(path.begin(), path.end(), '.', '_');
     return path + ".log";
 }

@@ -1,0 +1,89 @@
+// Calls on the backend by name: one at a time in the whole process, each with a line before and a line after.
+#include <string>
+
+#include "backend/AxKzrApp.h"
+#include "com/Lock.h"
+#include "com/Text.h"
+#include "log/Log.h"
+
+namespace kzr {
+namespace {
+
+constexpr char kLogSource[] = "AxKzrApp";
+
+// A value as the call lines show it; a type that never travels here shows as nothing.
+std::string Render(const VARIANT& value)
+{
+    switch (value.vt) {
+        case VT_I2:
+            return std::to_string(value.iVal);
+        case VT_I4:
+            return std::to_string(value.lVal);
+        case VT_BSTR:
+            return BstrToString(value.bstrVal);
+        case VT_BOOL:
+            return value.boolVal ? "VARIANT_TRUE" : "VARIANT_FALSE";
+        default:
+            return {};
+    }
+}
+
+// First argument first, so from the array's end. Values stand in clear, PINs included: support relies on it.
+std::string RenderAll(const VARIANT* reversed, unsigned count)
+{
+    std::string text;
+    for (unsigned i = count; i-- > 0;) {
+        text += Render(reversed[i]);
+        if (i != 0) text += "--";
+    }
+    return text;
+}
+
+}  // namespace
+
+Variant MakeArgument(const Variant& result)
+{
+    Variant copy;
+    const HRESULT copied = CallForeign([&] { return VariantCopy(copy.put(), const_cast<VARIANT*>(&result.Get())); });
+    if (FAILED(copied)) throw ComError(copied);
+    return copy;
+}
+
+HRESULT CAxKzrApp::InvokeMethod(const wchar_t* methodName, VARIANT* args, unsigned argCount, VARIANT* result)
+{
+    // The last holder may leave in the middle of this call, when the backend pumps messages.
+    const std::shared_ptr<CAxKzrApp> self = shared_from_this();
+    const LockGuard held = BackendLock().lock();
+    if (!m_loaded && !m_control) {
+        KZR_ERROR(0, "CAxKzrApp::InvokeMethod have released!!!");
+        return E_FAIL;
+    }
+
+    const std::string name = BstrToString(std::wstring_view(methodName));
+    KZR_TRACE("CAxKzrApp: call KzrAppCOM %s, param count(%d) param(s)(%s)", name.c_str(),
+              static_cast<int>(argCount), RenderAll(args, argCount).c_str());
+    const HRESULT called = DispatchByName(methodName, args, argCount, result);
+    KZR_TRACE("CAxKzrApp: call KzrAppCOM %s, result(%s)...", name.c_str(), Render(*result).c_str());
+    return called;
+}
+
+HRESULT CAxKzrApp::DispatchByName(const wchar_t* methodName, VARIANT* args, unsigned argCount,
+                                  VARIANT* result)
+{
+    const ForeignPtr<IDispatch> control = m_control;
+    // The backend gets a name of its own: it is asked for by a pointer through which it could write.
+    const Bstr copy(methodName);
+    BSTR name = copy.Get();
+    DISPID id = DISPID_UNKNOWN;
+    const HRESULT found =
+        CallForeign([&] { return control->GetIDsOfNames(IID_NULL, &name, 1, LOCALE_USER_DEFAULT, &id); });
+    if (FAILED(found)) return found;
+
+    DISPPARAMS parameters{args, nullptr, argCount, 0};
+    return CallForeign([&] {
+        return control->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters, result,
+                               nullptr, nullptr);
+    });
+}
+
+}  // namespace kzr
