@@ -1,8 +1,8 @@
 // How the class table makes the control and its property page, without a look at their classes.
 #pragma once
 
-#include <unknwn.h>
 #include <windows.h>
+#include <unknwn.h>
 
 namespace kzr {
 

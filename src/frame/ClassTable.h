@@ -2,8 +2,8 @@
 // all walk it. How a class is made is its own room's affair.
 #pragma once
 
-#include <unknwn.h>
 #include <windows.h>
+#include <unknwn.h>
 
 #include <span>
 

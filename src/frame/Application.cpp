@@ -1,0 +1,45 @@
+#include "frame/Application.h"
+
+#include "cache/CacheManager.h"
+#include "com/Lock.h"
+#include "frame/ExceptionState.h"
+#include "log/Log.h"
+#include "objects/Creators.h"
+
+// Frees what the C++ runtime keeps for throwing when memory is short.
+namespace __gnu_cxx {
+void __freeres();
+}
+
+namespace kzr {
+
+bool CKzrSecXApp::InitInstance() noexcept
+{
+    if (!StartExceptionState()) return false;
+    BackendLock().Create();
+    CacheLock().Create();
+    StartLog();
+    return true;
+}
+
+// A path that cannot be built does not stop start-up: the lines go to standard output then.
+void CKzrSecXApp::StartLog()
+{
+    try {
+        InitLog("trace", LogFilePath().c_str());
+    } catch (...) {
+        InitLog("trace", "");
+    }
+}
+
+void CKzrSecXApp::ExitInstance() noexcept
+{
+    CCacheManager::Destroy();
+    BackendLock().Delete();
+    CacheLock().Delete();
+    ForgetObjects();
+    EndExceptionState();
+    __gnu_cxx::__freeres();
+}
+
+}  // namespace kzr

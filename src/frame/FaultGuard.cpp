@@ -1,0 +1,47 @@
+#include "frame/FaultGuard.h"
+
+#include <new>
+
+#include "com/Error.h"
+#include "com/Lock.h"
+
+namespace kzr {
+namespace {
+
+// What a method of ours may need of the stack, two log lines deep. A caller with less left is turned away
+// here, by an ordinary answer, instead of by a stack overflow in the middle of a method that holds locks.
+constexpr std::size_t kStackOfACall = 160 * 1024;
+
+// How deep the calling thread holds the two locks.
+struct LocksHeld {
+    int cache = CacheLock().MyDepth();
+    int backend = BackendLock().MyDepth();
+
+    void GiveBackTheRest() const noexcept
+    {
+        BackendLock().LeaveDownTo(backend);
+        CacheLock().LeaveDownTo(cache);
+    }
+};
+
+}  // namespace
+
+bool RunGuarded(Thunk thunk, void* context, HRESULT& caught) noexcept
+{
+    caught = E_FAIL;
+    if (!HasStackLeft(kStackOfACall)) return false;
+    const LocksHeld before;
+    try {
+        if (RunOwnCode(thunk, context) == 0) return true;
+        // Unwound without destructors: memory may be lost, a lock must not be.
+        before.GiveBackTheRest();
+    } catch (const ComError& error) {
+        caught = error.Result();
+    } catch (const std::bad_alloc&) {
+        caught = E_OUTOFMEMORY;
+    } catch (...) {
+    }
+    return false;
+}
+
+}  // namespace kzr
