@@ -1,6 +1,7 @@
 // The registry script's reader, which makes a tree of the text, and the two walks over that tree.
 #include "frame/RegistryScript.h"
 
+#include <algorithm>
 #include <cwchar>
 #include <cwctype>
 #include <optional>
@@ -233,14 +234,21 @@ LSTATUS RemoveWhenEmpty(HKEY parent, HKEY key, const Node& node)
     return node.data ? GoneIsFine(RegDeleteValueW(key, nullptr)) : ERROR_SUCCESS;
 }
 
+// No more than the node's own values need: whoever may not write to a key of the system's, with nothing of
+// ours in it, shall hear that all is gone.
+REGSAM RemovingAccess(const Node& node)
+{
+    const bool writes = node.removal != Removal::Never || !std::ranges::all_of(node.children, &Node::isKey);
+    return writes ? KEY_READ | KEY_WRITE : KEY_READ;
+}
+
 LSTATUS Unregister(HKEY parent, const Node& node)
 {
     const wchar_t* name = node.name.c_str();
     if (!node.isKey) return GoneIsFine(RegDeleteValueW(parent, name));
     if (node.removal == Removal::Whole) return GoneIsFine(RegDeleteTreeW(parent, name));
-    const REGSAM access = node.removal == Removal::Never ? KEY_READ : KEY_READ | KEY_WRITE;
     UniqueHkey key;
-    LSTATUS status = RegOpenKeyExW(parent, name, 0, access, key.put());
+    LSTATUS status = RegOpenKeyExW(parent, name, 0, RemovingAccess(node), key.put());
     if (status != ERROR_SUCCESS) return GoneIsFine(status);
     status = UnregisterAll(key.Get(), node.children);
     if (node.removal == Removal::Never || status != ERROR_SUCCESS) return status;

@@ -1,0 +1,12 @@
+// Runs on a thread that is ready for COM, as a registering tool does.
+#include <gtest/gtest.h>
+#include <objbase.h>
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) return 2;
+    const int result = RUN_ALL_TESTS();
+    CoUninitialize();
+    return result;
+}
