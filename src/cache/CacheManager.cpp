@@ -4,29 +4,14 @@
 #include <new>
 
 #include "backend/AxKzrApp.h"
-#include "com/Bstr.h"
-#include "com/Error.h"
+#include "backend/ResultText.h"
 #include "com/Lock.h"
 #include "com/Variant.h"
-#include "fault/Frames.h"
 
 namespace kzr {
 namespace {
 
 std::atomic<CCacheManager*> g_cache{nullptr};
-
-// What the backend answered, as text. Other types than strings are converted as automation does it, which may
-// call back into an object of the backend's.
-std::wstring ConvertedToText(Variant& answer)
-{
-    if (answer.Type() == VT_EMPTY || answer.Type() == VT_NULL) return {};
-    Variant text;
-    VARIANT* const converted = text.put();
-    const HRESULT result =
-        CallForeign([&] { return VariantChangeType(converted, answer.raw(), 0, VT_BSTR); });
-    if (FAILED(result)) throw ComError(result);
-    return WideText(text.Text());
-}
 
 class BackendDevices final : public DeviceInfo {
   public:
@@ -38,7 +23,7 @@ class BackendDevices final : public DeviceInfo {
         // Whether the call succeeded does not matter, on purpose: a device that says nothing has no
         // description.
         m_backend.Call(L"GetDeviceInfo", answer, std::wstring(deviceSN), infoType);
-        return ConvertedToText(answer);
+        return ResultToText(answer);
     }
 
   private:
