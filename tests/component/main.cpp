@@ -3,10 +3,13 @@
 
 #include <cstdio>
 
+#include "support/ChildProcess.h"
 #include "support/TestDll.h"
 
 int main(int argc, char** argv)
 {
+    int code = 0;
+    if (kzr::test::RanAsChild(argc, argv, code)) return code;
     testing::InitGoogleTest(&argc, argv);
     if (testing::GTEST_FLAG(list_tests)) return RUN_ALL_TESTS();
     // Every test loads it anew; without it none needs to begin.
