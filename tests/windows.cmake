@@ -26,6 +26,8 @@ kzr_test_program(unit ROOMS fault com log backend cache)
 # Of the objects only the portable part: the rest is tested through the DLL.
 target_sources(kzr_unit_tests PRIVATE ${PROJECT_SOURCE_DIR}/src/objects/Validity.cpp)
 kzr_test_program(component)
+# Objects that no client can hold.
+kzr_test_program(objects ROOMS fault com log backend cache frame objects control)
 kzr_test_program(registration)
 
 # The parts of registration that have a surface of their own; the rest is seen through the DLL.
@@ -33,3 +35,5 @@ if(TARGET kzr_registration_tests)
   target_sources(kzr_registration_tests PRIVATE ${PROJECT_SOURCE_DIR}/src/frame/RegistryScript.cpp)
   target_link_libraries(kzr_registration_tests PRIVATE version)
 endif()
+
+add_subdirectory(fakes)

@@ -40,30 +40,41 @@ def run_check(bench, tally, label, arguments):
     tally.add(Run(label, passed, failures, ended.seconds, log, output=ended.output))
 
 
-def register(bench, tally, label, *arguments):
-    """Runs regsvr32 on the DLL; whether it worked is a case of its own."""
+def register(bench, tally, label, module, *arguments):
+    """Runs regsvr32 on a DLL; whether it worked is a case of its own."""
     log = bench.log_file(label)
-    ended = bench.run(["regsvr32", "/s", *arguments, windows_path(bench.dll)], log, wine_locale="C.UTF-8")
+    ended = bench.run(["regsvr32", "/s", *arguments, windows_path(module)], log, wine_locale="C.UTF-8")
     failures = [] if ended.code == 0 else [("regsvr32", ended.how())]
     tally.add(Run(label, 1 - len(failures), failures, ended.seconds, log, output=ended.output))
     return not failures
 
 
 def run_scripts(bench, tally, folder, wanted):
-    """Registers the DLL and runs every script of the folder in the platform's own script host."""
-    scripts = sorted(path for path in folder.iterdir() if path.suffix in HOST_SUFFIXES)
-    scripts = [path for path in scripts if wanted(path.name)]
+    """Registers the DLL and a backend to go with it, and runs every script below the folder in the platform's
+    own script host. A file of the script's name with the suffix .rules tells what the backend answers."""
+    scripts = sorted(path for path in folder.rglob("*") if path.suffix in HOST_SUFFIXES)
+    scripts = [path for path in scripts if wanted(str(path.relative_to(folder)))]
     if not scripts:
         return 0
-    if register(bench, tally, "script registration"):
+    backend = bench.build / "tests/kzr_test_backend.dll"
+    ready = register(bench, tally, "script registration", bench.dll)
+    ready = register(bench, tally, "script backend registration", backend) and ready
+    if ready:
         for path in scripts:
-            label = f"script {path.name}"
-            log = bench.log_file(label)
-            ended = bench.run(["cscript", "//nologo", windows_path(path)], log, cwd=folder,
-                              wine_locale="C.UTF-8")
-            passed, failures = judge(ended)
-            tally.add(Run(label, passed, failures, ended.seconds, log, output=ended.output))
+            run_script(bench, tally, folder, path)
     else:
-        tally.add(Run("scripts", 0, [(path.name, "the DLL is not registered") for path in scripts], 0))
-    register(bench, tally, "script unregistration", "/u")
+        tally.add(Run("scripts", 0, [(path.name, "the DLLs are not registered") for path in scripts], 0))
+    register(bench, tally, "script backend unregistration", backend, "/u")
+    register(bench, tally, "script unregistration", bench.dll, "/u")
     return len(scripts)
+
+
+def run_script(bench, tally, folder, path):
+    label = f"script {path.relative_to(folder)}"
+    log = bench.log_file(label)
+    rules = path.with_suffix(".rules")
+    environment = {"KZR_TEST_BACKEND_RULES": windows_path(rules) if rules.is_file() else ""}
+    ended = bench.run(["cscript", "//nologo", windows_path(path)], log, cwd=path.parent,
+                      wine_locale="C.UTF-8", environment=environment)
+    passed, failures = judge(ended)
+    tally.add(Run(label, passed, failures, ended.seconds, log, output=ended.output))
