@@ -44,6 +44,7 @@ struct Answer {
     Answer() = default;
     Answer(const Value& answered) : value(answered) {}
     Answer(const wchar_t* text) : value(text) {}
+    Answer(const std::wstring& text) : value(text) {}
 
     Answer After(DWORD milliseconds) const;
     // Runs inside the call, before the fault and the answer.
