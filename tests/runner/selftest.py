@@ -8,6 +8,7 @@ from pathlib import Path
 
 import checks
 import gtest
+import suite
 from process import Bench
 from results import Tally, excerpt
 
@@ -111,6 +112,18 @@ class RunnerTest(unittest.TestCase):
         path = self.folder / "kzr_absent_tests"
         gtest.run_program(self.bench, self.tally, path, "absent", wine=False)
         self.assertEqual((self.tally.passed, self.tally.failed), (0, 1))
+
+    def test_a_program_that_was_not_built_fails(self):
+        self.program("for n in names: ok(n)\nsummary(len(names))")
+        found = suite.programs_in(self.folder, "kzr_*_tests")
+        suite.run_programs(self.bench, self.tally, found, ("fake", "absent"), None, wine=False)
+        self.assertEqual((self.tally.passed, self.tally.failed), (3, 1))
+
+    def test_a_program_that_nobody_expected_runs_too(self):
+        self.program("for n in names: ok(n)\nsummary(len(names))")
+        found = suite.programs_in(self.folder, "kzr_*_tests")
+        suite.run_programs(self.bench, self.tally, found, (), None, wine=False)
+        self.assertEqual((self.tally.passed, self.tally.failed), (3, 0))
 
     def run_script(self, body):
         checks.run_check(self.bench, self.tally, "script", [sys.executable, "-B", "-c", textwrap.dedent(body)])

@@ -1,0 +1,111 @@
+"""Which programs, checks and script cases make up the test run of a build, and their sum.
+
+How each kind is run and judged is left to gtest.py and checks.py.
+"""
+
+import argparse
+import os
+import sys
+import time
+from pathlib import Path
+
+import checks
+import gtest
+from process import ROOT, Bench
+from results import Run, Tally
+
+# Fewer than these are a broken build, not a smaller test run.
+EXPECTED_WINDOWS = ("unit", "component", "registration")
+# Those that look at the DLL they are given; the others test this source tree.
+EXPECTED_OF_DLL = ("component", "registration")
+EXPECTED_NATIVE = ("native",)
+
+
+def label_of(program):
+    """kzr_unit_tests.exe is called unit."""
+    return program.stem.removeprefix("kzr_").removesuffix("_tests")
+
+
+def programs_in(folder, pattern):
+    found = [path for path in folder.rglob(pattern) if path.is_file() and os.access(path, os.X_OK)]
+    return {label_of(path): path for path in sorted(found)}
+
+
+def run_programs(bench, tally, programs, expected, wanted, wine):
+    """Runs the expected programs in their order, then whatever else was found."""
+    matched = 0
+    for label in list(expected) + sorted(set(programs) - set(expected)):
+        if label in programs:
+            matched += gtest.run_program(bench, tally, programs[label], label, wanted, wine)
+        else:
+            tally.add(Run(label, 0, [("the test program", "it was not built")], 0))
+    return matched
+
+
+def run_checks(bench, tally, options):
+    """The checks that are programs of the build machine; each knows how to test itself."""
+    python = [sys.executable, "-B"]
+    imports = [*python, ROOT / "tests/imports/check", "--dll", bench.dll]
+    if not options.foreign_dll:
+        imports += ["--symbols", bench.dll.with_suffix(".debug")]
+    table = {"imports": imports, "imports self-test": [*python, ROOT / "tests/imports/check", "--self-test"]}
+    if not options.foreign_dll:
+        table["includes"] = [*python, ROOT / "tests/check_includes"]
+        table["includes self-test"] = [*python, ROOT / "tests/check_includes", "--self-test"]
+        table["runner self-test"] = [*python, ROOT / "tests/runner/selftest.py"]
+    chosen = [label for label in table if not options.filter or options.filter in label]
+    for label in chosen:
+        checks.run_check(bench, tally, label, table[label])
+    return len(chosen)
+
+
+def run_everything(bench, tally, options):
+    matched = run_checks(bench, tally, options)
+    if not options.foreign_dll:
+        native = programs_in(options.native, "kzr_*_tests")
+        matched += run_programs(bench, tally, native, EXPECTED_NATIVE, options.filter, wine=False)
+
+    windows = programs_in(options.build / "tests", "kzr_*_tests.exe")
+    expected = EXPECTED_WINDOWS
+    if options.foreign_dll:
+        expected = EXPECTED_OF_DLL
+        windows.pop("unit", None)
+    matched += run_programs(bench, tally, windows, expected, options.filter, wine=True)
+
+    matched += checks.run_scripts(bench, tally, ROOT / "tests/script",
+                                  lambda name: gtest.matches("script", name, options.filter))
+    if matched == 0:
+        tally.add(Run("filter", 0, [(options.filter or "all", "no test has such a name")], 0))
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="tests/runner")
+    parser.add_argument("--build", type=Path, required=True, help="build folder of the Windows programs")
+    parser.add_argument("--native", type=Path, help="build folder of the native programs")
+    parser.add_argument("--dll", type=Path, required=True, help="the DLL under test")
+    parser.add_argument("--foreign-dll", action="store_true",
+                        help="the DLL is not of this tree: run only what looks at the DLL")
+    parser.add_argument("--timeout", type=float, default=600, help="seconds that one program may take")
+    parser.add_argument("--tails", type=int, default=30, help="lines shown of each failed program")
+    parser.add_argument("filter", nargs="?", help="part of a test's name, or a pattern with * and ?")
+    options = parser.parse_args()
+    # Programs run in folders of their own, where a relative path means something else.
+    options.build = options.build.resolve()
+    options.native = options.native.resolve() if options.native else options.build.parent / "native"
+    started = time.monotonic()
+
+    tally = Tally()
+    bench = Bench(options.build, options.dll.resolve(), options.build / "test-logs", options.timeout)
+    if bench.dll.is_file():
+        run_everything(bench, tally, options)
+    else:
+        tally.add(Run("the DLL", 0, [(str(bench.dll), "there is no such file")], 0))
+    if bench.wine_used and not bench.end_wine("-w"):
+        tally.add(Run("wine", 0, [("its end", "a program was left running")], 30))
+        bench.end_wine("-k")
+
+    tally.show_failures(options.tails)
+    print(f"test: done in {time.monotonic() - started:.1f} s; logs in {bench.logs}")
+    print(tally.last_line(), flush=True)
+    return 1 if tally.failed or not tally.passed else 0
+
