@@ -15,7 +15,7 @@ from process import ROOT, Bench
 from results import Run, Tally
 
 # Fewer than these are a broken build, not a smaller test run.
-EXPECTED_WINDOWS = ("unit", "component", "registration")
+EXPECTED_WINDOWS = ("unit", "objects", "component", "registration")
 # Those that look at the DLL they are given; the others test this source tree.
 EXPECTED_OF_DLL = ("component", "registration")
 EXPECTED_NATIVE = ("native",)
@@ -69,7 +69,8 @@ def run_everything(bench, tally, options):
     expected = EXPECTED_WINDOWS
     if options.foreign_dll:
         expected = EXPECTED_OF_DLL
-        windows.pop("unit", None)
+        for label in ("unit", "objects"):
+            windows.pop(label, None)
     matched += run_programs(bench, tally, windows, expected, options.filter, wine=True)
 
     matched += checks.run_scripts(bench, tally, ROOT / "tests/script",
