@@ -130,9 +130,8 @@ short WholeDaysBetween(long long reference, long long expiry)
 
 std::wstring DateWithSlashes(std::wstring_view text)
 {
-    const std::wstring_view padded = text.substr(0, 8);
-    const auto part = [padded](std::size_t from, std::size_t length) {
-        return from < padded.size() ? padded.substr(from, length) : std::wstring_view();
+    const auto part = [text](std::size_t from, std::size_t length) {
+        return from < text.size() ? text.substr(from, length) : std::wstring_view();
     };
     return std::wstring(part(0, 4)).append(L"/").append(part(4, 2)).append(L"/").append(part(6, 2));
 }

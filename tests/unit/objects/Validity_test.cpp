@@ -125,6 +125,7 @@ TEST(Expiry, HasSixFieldsWithoutSeparators)
     EXPECT_EQ((CalendarTime{2024, 1, 31, 23, 59, 58}), ParseExpiry("20240131235958Z"));
     EXPECT_EQ((CalendarTime{2025, 1, 10, 12, 0, 0}), ParseExpiry("20250110120000"));
     EXPECT_EQ((CalendarTime{2025, 1, 10, 12, 0, 1}), ParseExpiry("20250110120001.5+0800 and more"));
+    EXPECT_EQ((CalendarTime{2025, 1, 10, 12, 0, 1}), ParseExpiry("2025011012000199"));
 }
 
 TEST(Expiry, ShorterThanTwelveCharactersIsOutOfRange)
