@@ -32,7 +32,8 @@ kzr_test_program(registration)
 
 # The parts of registration that have a surface of their own; the rest is seen through the DLL.
 if(TARGET kzr_registration_tests)
-  target_sources(kzr_registration_tests PRIVATE ${PROJECT_SOURCE_DIR}/src/frame/RegistryScript.cpp)
+  target_sources(kzr_registration_tests PRIVATE
+    ${PROJECT_SOURCE_DIR}/src/frame/RegistryScript.cpp ${PROJECT_SOURCE_DIR}/src/frame/ClassTable.cpp)
   target_link_libraries(kzr_registration_tests PRIVATE version)
 endif()
 
