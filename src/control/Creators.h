@@ -9,4 +9,8 @@ namespace kzr {
 HRESULT CreateUSBKeyPnPActiveXCtrl(IUnknown* outer, REFIID iid, void** object);
 HRESULT CreateUSBKeyPnPActiveXPropPage(IUnknown* outer, REFIID iid, void** object);
 
+// Empties what the two keep beyond their own lives: the window class and type information. For module
+// shut-down only.
+void ForgetControl() noexcept;
+
 }  // namespace kzr

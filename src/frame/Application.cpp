@@ -2,6 +2,7 @@
 
 #include "cache/CacheManager.h"
 #include "com/Lock.h"
+#include "control/Creators.h"
 #include "frame/ExceptionState.h"
 #include "log/Log.h"
 #include "objects/Creators.h"
@@ -37,6 +38,7 @@ void CKzrSecXApp::ExitInstance() noexcept
     CCacheManager::Destroy();
     BackendLock().Delete();
     CacheLock().Delete();
+    ForgetControl();
     ForgetObjects();
     EndExceptionState();
     __gnu_cxx::__freeres();

@@ -1,0 +1,48 @@
+// One interface of the control: its IUnknown is the control's, its state is the control's.
+#pragma once
+
+#include <windows.h>
+#include <ocidl.h>
+#include <olectl.h>
+#include <oleidl.h>
+
+#include "com/ComPtr.h"
+#include "fault/Frames.h"
+
+namespace kzr {
+
+class CUSBKeyPnPActiveXCtrl;
+class AggregatableObject;
+
+// The control as the parts need it before its class is complete.
+IUnknown* OuterOf(const CUSBKeyPnPActiveXCtrl& control) noexcept;
+
+template <class Interface>
+class ControlPart : public Interface {
+  public:
+    explicit ControlPart(CUSBKeyPnPActiveXCtrl& control) noexcept : m_control(control) {}
+    ControlPart(const ControlPart&) = delete;
+    ControlPart& operator=(const ControlPart&) = delete;
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) final
+    {
+        return OuterOf(m_control)->QueryInterface(iid, object);
+    }
+    STDMETHODIMP_(ULONG) AddRef() final { return OuterOf(m_control)->AddRef(); }
+    STDMETHODIMP_(ULONG) Release() final { return OuterOf(m_control)->Release(); }
+
+  protected:
+    ~ControlPart() = default;
+    CUSBKeyPnPActiveXCtrl& m_control;
+};
+
+// Asks an object of the container for one of its interfaces; null when it has none. Throws its faults.
+template <class Wanted>
+ForeignPtr<Wanted> QueryForeign(IUnknown* object, REFIID iid = __uuidof(Wanted))
+{
+    void* found = nullptr;
+    if (!object || FAILED(CallForeign([&] { return object->QueryInterface(iid, &found); }))) return nullptr;
+    return ForeignPtr<Wanted>::Adopt(static_cast<Wanted*>(found));
+}
+
+}  // namespace kzr

@@ -1,0 +1,50 @@
+#include "control/Drawing.h"
+
+namespace kzr {
+namespace {
+
+constexpr int kHimetricPerInch = 2540;
+
+}  // namespace
+
+void DrawControl(HDC context, const RECT& bounds) noexcept
+{
+    const int saved = SaveDC(context);
+    FillRect(context, &bounds, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
+    SelectObject(context, GetStockObject(WHITE_BRUSH));
+    SelectObject(context, GetStockObject(BLACK_PEN));
+    Ellipse(context, bounds.left, bounds.top, bounds.right, bounds.bottom);
+    RestoreDC(context, saved);
+}
+
+SIZE ToPixels(const SIZE& himetric) noexcept
+{
+    const HDC screen = GetDC(nullptr);
+    const SIZE perInch = {GetDeviceCaps(screen, LOGPIXELSX), GetDeviceCaps(screen, LOGPIXELSY)};
+    ReleaseDC(nullptr, screen);
+    return {MulDiv(himetric.cx, perInch.cx, kHimetricPerInch),
+            MulDiv(himetric.cy, perInch.cy, kHimetricPerInch)};
+}
+
+HMETAFILE DrawMetafile(const SIZE& himetric) noexcept
+{
+    const HDC context = CreateMetaFileW(nullptr);
+    if (!context) return nullptr;
+    const SIZE pixels = ToPixels(himetric);
+    SetWindowOrgEx(context, 0, 0, nullptr);
+    SetWindowExtEx(context, pixels.cx, pixels.cy, nullptr);
+    DrawControl(context, {0, 0, pixels.cx, pixels.cy});
+    return CloseMetaFile(context);
+}
+
+HENHMETAFILE DrawEnhancedMetafile(const SIZE& himetric) noexcept
+{
+    const RECT frame = {0, 0, himetric.cx, himetric.cy};
+    const HDC context = CreateEnhMetaFileW(nullptr, nullptr, &frame, nullptr);
+    if (!context) return nullptr;
+    const SIZE pixels = ToPixels(himetric);
+    DrawControl(context, {0, 0, pixels.cx, pixels.cy});
+    return CloseEnhMetaFile(context);
+}
+
+}  // namespace kzr
