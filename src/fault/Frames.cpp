@@ -24,6 +24,9 @@ constexpr bool IsCompilersOwn(DWORD code)
     return code == 0x20474343 || code == 0x21474343 || code == 0x22474343;
 }
 
+// As every function expects it on entry: clear.
+constexpr DWORD kDirectionFlag = 0x400;
+
 constexpr bool IsUnwinding(DWORD flags)
 {
     return (flags & (EXCEPTION_UNWINDING | EXCEPTION_EXIT_UNWIND)) != 0;
@@ -36,6 +39,42 @@ void UnwindTo(void* frame, char* landing, EXCEPTION_RECORD* record, CONTEXT* con
     RtlUnwindEx(frame, landing, record, reinterpret_cast<void*>(code), context, dispatcher->HistoryTable);
 }
 
+// What the system shall keep free for handlers when a stack overflows: its own measure does not hold the
+// copies of all registers that the search and an unwinding make. It stays with the thread, whose other
+// handlers it serves as well.
+constexpr ULONG kRoomForHandlers = 64 * 1024;
+// Where less than this is left all the same, nothing can be unwound any more.
+constexpr std::size_t kRoomToUnwind = 24 * 1024;
+
+void KeepRoomForHandlers() noexcept
+{
+    const DWORD error = GetLastError();
+    ULONG bytes = kRoomForHandlers;
+    SetThreadStackGuarantee(&bytes);
+    SetLastError(error);
+}
+
+// Goes on at the landing label as if all frames below had returned: it restores every register that counts
+// from the frame itself. What those frames meant to clean up stays undone.
+EXCEPTION_DISPOSITION JumpTo(void* frame, char* landing, const EXCEPTION_RECORD* record, CONTEXT* context)
+{
+    context->Rsp = reinterpret_cast<DWORD64>(frame);
+    context->Rip = reinterpret_cast<DWORD64>(landing);
+    context->Rax = record->ExceptionCode;
+    context->EFlags &= ~kDirectionFlag;
+    return ExceptionContinueExecution;
+}
+
+// Leaves for the landing label of a frame of ours, through whatever lies below.
+EXCEPTION_DISPOSITION LeaveFor(void* frame, char* landing, EXCEPTION_RECORD* record, CONTEXT* context,
+                               DISPATCHER_CONTEXT* dispatcher)
+{
+    const bool canContinue = (record->ExceptionFlags & EXCEPTION_NONCONTINUABLE) == 0;
+    if (canContinue && !HasStackLeft(kRoomToUnwind)) return JumpTo(frame, landing, record, context);
+    UnwindTo(frame, landing, record, context, dispatcher);
+    return ExceptionContinueSearch;
+}
+
 // After a stack overflow the guard page is gone; without it the next overflow would end the process.
 void RestoreGuardPage(std::uint32_t code)
 {
@@ -46,6 +85,7 @@ void RestoreGuardPage(std::uint32_t code)
 
 std::uint32_t RunOwnCode(Thunk thunk, void* context)
 {
+    KeepRoomForHandlers();
     const std::uint32_t code = KzrOwnFrame(thunk, context);
     RestoreGuardPage(code);
     return code;
@@ -53,6 +93,7 @@ std::uint32_t RunOwnCode(Thunk thunk, void* context)
 
 void RunForeignCode(Thunk thunk, void* context)
 {
+    KeepRoomForHandlers();
     std::uint32_t code = 0;
     try {
         code = KzrForeignFrame(thunk, context);
@@ -82,8 +123,7 @@ EXCEPTION_DISPOSITION KzrForeignHandler(EXCEPTION_RECORD* record, void* frame, C
 {
     if (kzr::IsUnwinding(record->ExceptionFlags) || kzr::IsCompilersOwn(record->ExceptionCode))
         return ExceptionContinueSearch;
-    kzr::UnwindTo(frame, KzrForeignLanding, record, context, dispatcher);
-    return ExceptionContinueSearch;
+    return kzr::LeaveFor(frame, KzrForeignLanding, record, context, dispatcher);
 }
 
 EXCEPTION_DISPOSITION KzrOwnHandler(EXCEPTION_RECORD* record, void* frame, CONTEXT* context,
@@ -93,10 +133,8 @@ EXCEPTION_DISPOSITION KzrOwnHandler(EXCEPTION_RECORD* record, void* frame, CONTE
         return ExceptionContinueSearch;
 
     const bool canContinue = (record->ExceptionFlags & EXCEPTION_NONCONTINUABLE) == 0;
-    if (!canContinue || record->ExceptionCode == static_cast<DWORD>(STATUS_STACK_OVERFLOW)) {
-        kzr::UnwindTo(frame, KzrOwnLanding, record, context, dispatcher);
-        return ExceptionContinueSearch;
-    }
+    if (!canContinue || record->ExceptionCode == static_cast<DWORD>(STATUS_STACK_OVERFLOW))
+        return kzr::LeaveFor(frame, KzrOwnLanding, record, context, dispatcher);
 
     // Plus one: the unwinder looks up "return address minus one", which must be the faulting instruction
     // itself.
@@ -104,7 +142,7 @@ EXCEPTION_DISPOSITION KzrOwnHandler(EXCEPTION_RECORD* record, void* frame, CONTE
     *reinterpret_cast<DWORD64*>(context->Rsp) = context->Rip + 1;
     context->Rip = reinterpret_cast<DWORD64>(&KzrThrowAtFault);
     context->Rcx = record->ExceptionCode;
-    context->EFlags &= ~0x400u;  // the direction flag, as every function expects it on entry
+    context->EFlags &= ~kzr::kDirectionFlag;
     return ExceptionContinueExecution;
 }
 
