@@ -50,3 +50,23 @@ wine_environment() {
     export WINEDLLOVERRIDES='mscoree,mshtml=;winedbg.exe=d;winemenubuilder.exe=d'
     export USER=kzr LOGNAME=kzr
 }
+
+# start_display: a display of our own in DISPLAY, so that tests of windows depend on nobody's desktop. The
+# caller ends it with stop_display.
+start_display() {
+    local number tries=0
+    number=$(mktemp)
+    Xvfb -displayfd 3 -screen 0 1280x960x24 -nolisten tcp 3>"$number" >/dev/null 2>&1 </dev/null &
+    KZR_DISPLAY_SERVER=$!
+    while [ ! -s "$number" ] && [ $((tries += 1)) -le 100 ] && kill -0 "$KZR_DISPLAY_SERVER" 2>/dev/null; do
+        sleep 0.1
+    done
+    DISPLAY=:$(tr -d '\n' <"$number")
+    rm -f "$number"
+    export DISPLAY
+    [ "$DISPLAY" != : ]
+}
+
+stop_display() {
+    [ -z "${KZR_DISPLAY_SERVER:-}" ] || kill "$KZR_DISPLAY_SERVER" 2>/dev/null || true
+}

@@ -29,6 +29,8 @@ kzr_test_program(component)
 # Objects that no client can hold.
 kzr_test_program(objects ROOMS fault com log backend cache frame objects control)
 kzr_test_program(registration)
+# In containers, with windows: needs a display.
+kzr_test_program(control)
 
 # The parts of registration that have a surface of their own; the rest is seen through the DLL.
 if(TARGET kzr_registration_tests)
