@@ -39,20 +39,8 @@ void UnwindTo(void* frame, char* landing, EXCEPTION_RECORD* record, CONTEXT* con
     RtlUnwindEx(frame, landing, record, reinterpret_cast<void*>(code), context, dispatcher->HistoryTable);
 }
 
-// What the system shall keep free for handlers when a stack overflows: its own measure does not hold the
-// copies of all registers that the search and an unwinding make. It stays with the thread, whose other
-// handlers it serves as well.
-constexpr ULONG kRoomForHandlers = 64 * 1024;
-// Where less than this is left all the same, nothing can be unwound any more.
+// An unwinding copies all registers several times: with less than this left, none is begun.
 constexpr std::size_t kRoomToUnwind = 24 * 1024;
-
-void KeepRoomForHandlers() noexcept
-{
-    const DWORD error = GetLastError();
-    ULONG bytes = kRoomForHandlers;
-    SetThreadStackGuarantee(&bytes);
-    SetLastError(error);
-}
 
 // Goes on at the landing label as if all frames below had returned: it restores every register that counts
 // from the frame itself. What those frames meant to clean up stays undone.
@@ -81,11 +69,36 @@ void RestoreGuardPage(std::uint32_t code)
     if (code == static_cast<std::uint32_t>(STATUS_STACK_OVERFLOW)) _resetstkoflw();
 }
 
+// A handler runs on the stack that has just overflowed. What the system keeps back for it by default does not
+// hold the dispatching, our handler and the unwinding at every depth; more is asked for once in a thread's
+// life.
+void KeepStackForHandlers()
+{
+    constexpr ULONG kForHandlers = 32 * 1024;
+    constexpr SIZE_T kPage = 4096;
+    // Two fields of the thread block: what is kept back already, and the lowest address of the stack.
+    if (__readgsdword(0x1748) >= kForHandlers) return;
+    const DWORD error = GetLastError();
+    ULONG bytes = kForHandlers;
+    SetThreadStackGuarantee(&bytes);
+
+    // Of a stack that is committed to its end the guard page is the last one already, too late for all this.
+    char* const page = reinterpret_cast<char*>(__readgsqword(0x1478)) + kForHandlers + kPage;
+    MEMORY_BASIC_INFORMATION facts;
+    if (static_cast<void*>(page + kPage) < __builtin_frame_address(0) &&
+        VirtualQuery(page, &facts, sizeof(facts)) && facts.State == MEM_COMMIT &&
+        facts.Protect == PAGE_READWRITE) {
+        DWORD before;
+        VirtualProtect(page, kPage, PAGE_READWRITE | PAGE_GUARD, &before);
+    }
+    SetLastError(error);
+}
+
 }  // namespace
 
 std::uint32_t RunOwnCode(Thunk thunk, void* context)
 {
-    KeepRoomForHandlers();
+    KeepStackForHandlers();
     const std::uint32_t code = KzrOwnFrame(thunk, context);
     RestoreGuardPage(code);
     return code;
@@ -93,7 +106,7 @@ std::uint32_t RunOwnCode(Thunk thunk, void* context)
 
 void RunForeignCode(Thunk thunk, void* context)
 {
-    KeepRoomForHandlers();
+    KeepStackForHandlers();
     std::uint32_t code = 0;
     try {
         code = KzrForeignFrame(thunk, context);
