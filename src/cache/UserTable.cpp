@@ -3,6 +3,8 @@
 // repeated, but a backend may send anything: missing separators give empty fields, never a failure.
 #include "cache/UserTable.h"
 
+#include <utility>
+
 namespace kzr {
 namespace {
 

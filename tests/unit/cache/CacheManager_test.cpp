@@ -6,6 +6,8 @@
 #include <chrono>
 #include <functional>
 #include <future>
+#include <memory>
+#include <optional>
 #include <vector>
 
 #include "backend/AxKzrApp.h"

@@ -2,7 +2,9 @@
 // KZR_SEED repeats a run, KZR_LISTS sets how many lists are compared.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <random>
 
@@ -251,7 +253,8 @@ TEST(UserTableLists, AHundredThousandEntriesAreAllFound)
     std::wstring list;
     for (int i = 0; i < 100000; ++i) {
         const std::wstring number = std::to_wstring(i);
-        list += L"user" + number + L"||container" + number + L"/SN" + number + L"&&&";
+        list.append(L"user").append(number).append(L"||container").append(number);
+        list.append(L"/SN").append(number).append(L"&&&");
     }
     CountingDevices devices;
     UserTable table;

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
-#include <limits>
 
 namespace kzr {
 namespace {
