@@ -42,7 +42,8 @@ struct Case {
 // Runs it by DISPID, by name and, given `direct`, through the vtable, each with the DLL loaded anew.
 void RunCase(ComponentTest& test, const ScriptedClass& tested, const Case& row);
 
-// Makes each row a test of its own, called suite.name.
+// Makes each row a test of its own, called suite.name, and one more of all of them with a log that cannot be
+// written, which compares everything but the lines.
 bool RegisterCases(const char* suite, const char* file, int line, const ScriptedClass& tested,
                    const std::vector<Case>& rows);
 
