@@ -4,11 +4,13 @@
 #include <windows.h>
 #include <oleauto.h>
 
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "com/Error.h"
+#include "fault/Frames.h"
 
 namespace kzr {
 
@@ -61,10 +63,18 @@ class Bstr {
     BSTR m_text = nullptr;
 };
 
-// The whole text of somebody's string by its own length, embedded nulls included; null gives "".
+// The whole text of somebody's string by its own length, embedded nulls included; null gives "". The memory
+// is the caller's and may be anything: it is copied where a fault is caught, since the library's own copying
+// is declared never to throw and a fault in it would end the process.
 inline std::wstring WideText(BSTR text)
 {
-    return text ? std::wstring(text, SysStringLen(text)) : std::wstring();
+    std::wstring copy;
+    const std::size_t length = SysStringLen(text);
+    if (length == 0) return copy;
+    copy.resize(length);
+    wchar_t* const to = copy.data();
+    CallForeign([&] { return std::memcpy(to, text, length * sizeof(wchar_t)); });
+    return copy;
 }
 
 }  // namespace kzr
