@@ -217,6 +217,8 @@ try {
     return error.Result();
 } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
+} catch (...) {
+    return E_FAIL;
 }
 
 // A step whose failure has one documented code, whatever went wrong inside.

@@ -222,13 +222,13 @@ class RecordingManager final : public ICatRegister {
     {
         g_record.push_back("category " + std::to_string(count) + " " + Name(info->catid) + " " +
                            std::to_string(info->lcid) + " " + Utf8(info->szDescription));
-        return S_OK;
+        return NextAnswer();
     }
     STDMETHODIMP UnRegisterCategories(ULONG, CATID*) override { return Unexpected(); }
     STDMETHODIMP RegisterClassImplCategories(REFCLSID clsid, ULONG count, CATID* category) override
     {
         g_record.push_back("member " + std::to_string(count) + " " + Name(*category) + " " + Name(clsid));
-        return S_OK;
+        return NextAnswer();
     }
     STDMETHODIMP UnRegisterClassImplCategories(REFCLSID, ULONG, CATID*) override { return Unexpected(); }
     STDMETHODIMP RegisterClassReqCategories(REFCLSID, ULONG, CATID*) override { return Unexpected(); }
@@ -279,6 +279,16 @@ TEST_F(RegistrationFailure, EveryCategoryStepUsesAManagerOfItsOwnAndReleasesIt)
         "released",
     };
     EXPECT_EQ(g_record, expected);
+}
+
+TEST_P(CategoryStep, AnswersTheManagersOwnFailureToo)
+{
+    const int failing = GetParam();
+    g_answer = [failing](int call) { return call == failing ? kOwnFailure : S_OK; };
+    const ImportHook hook(m_server.Handle(), "CoCreateInstance", Pointer(RecordingCoCreateInstance));
+    EXPECT_EQ(m_server.Register(), kOwnFailure);
+    EXPECT_EQ(g_calls, failing);
+    EXPECT_EQ(g_record.back(), "released");
 }
 
 TEST_F(RegistrationFailure, UnregisteringAsksNoCategoryManager)

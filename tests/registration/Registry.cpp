@@ -12,9 +12,10 @@ std::wstring DataText(DWORD type, const std::vector<BYTE>& data)
 {
     if (type == REG_SZ || type == REG_EXPAND_SZ) {
         std::wstring text(reinterpret_cast<const wchar_t*>(data.data()), data.size() / sizeof(wchar_t));
-        // What stands behind the end mark is shown: nothing may.
-        if (!text.empty() && text.back() == L'\0') text.pop_back();
-        return (type == REG_SZ ? L"sz:" : L"expand:") + text;
+        // One end mark belongs to the text; that it lacks, or what stands behind it, is shown.
+        const bool ends = text.ends_with(L'\0');
+        if (ends) text.pop_back();
+        return (type == REG_SZ ? L"sz:" : L"expand:") + text + (ends ? L"" : L" (without an end)");
     }
     std::wstring text = std::to_wstring(type) + L":";
     for (const BYTE byte : data) text += std::to_wstring(byte) + L",";
