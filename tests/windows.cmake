@@ -28,7 +28,7 @@ target_sources(kzr_unit_tests PRIVATE ${PROJECT_SOURCE_DIR}/src/objects/Validity
 kzr_test_program(component)
 # Objects that no client can hold.
 kzr_test_program(objects ROOMS fault com log backend cache frame objects control)
-kzr_test_program(registration)
+kzr_test_program(registration ROOMS fault)
 # In containers, with windows: needs a display.
 kzr_test_program(control)
 
