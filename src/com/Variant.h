@@ -10,7 +10,7 @@ namespace kzr {
 
 class Variant {
   public:
-    Variant() noexcept { VariantInit(&m_value); }
+    Variant() noexcept = default;
     Variant(Variant&& other) noexcept : m_value(other.m_value) { VariantInit(&other.m_value); }
     Variant& operator=(Variant other) noexcept
     {
@@ -64,7 +64,9 @@ class Variant {
     long Bits32() const noexcept { return m_value.lVal; }
 
   private:
-    VARIANT m_value;
+    // Zero in every byte, which VariantInit of older systems does not see to: a result that the backend
+    // leaves alone is read by its bits.
+    VARIANT m_value{};
 };
 
 }  // namespace kzr
