@@ -91,18 +91,32 @@ const MethodEntry* FindMethod(DISPID id) noexcept
     return nullptr;
 }
 
-// Arguments come by value, by reference, in a VARIANT by reference, named, and as numbers of other widths;
-// changing an object to a text runs its own code.
-HRESULT TakeArguments(const MethodEntry& method, DISPPARAMS* parameters, Variant* arguments,
+// The place of a parameter's argument: named ones stand first, the others behind them, last to first. The
+// platform's own search mixes the two up on some systems.
+UINT PlaceOf(UINT position, const DISPPARAMS& parameters) noexcept
+{
+    for (UINT i = 0; i < parameters.cNamedArgs; ++i) {
+        if (parameters.rgdispidNamedArgs[i] == static_cast<DISPID>(position)) return i;
+    }
+    const UINT place = parameters.cArgs - 1 - position;
+    return place >= parameters.cNamedArgs ? place : parameters.cArgs;
+}
+
+// Arguments come by value, by reference, in a VARIANT by reference, and as numbers of other widths; changing
+// an object to a text runs its own code.
+HRESULT TakeArguments(const MethodEntry& method, const DISPPARAMS& parameters, Variant* arguments,
                       UINT* argumentError)
 {
-    if (parameters->cArgs != method.parameterCount) return DISP_E_BADPARAMCOUNT;
+    if (parameters.cArgs != method.parameterCount || parameters.cNamedArgs > parameters.cArgs)
+        return DISP_E_BADPARAMCOUNT;
     for (UINT i = 0; i < method.parameterCount; ++i) {
-        UINT wrong = 0;
-        const HRESULT taken = CallForeign(
-            [&] { return DispGetParam(parameters, i, method.types[i], arguments[i].put(), &wrong); });
+        const UINT place = PlaceOf(i, parameters);
+        if (place >= parameters.cArgs) return DISP_E_PARAMNOTFOUND;
+        const HRESULT taken = CallForeign([&] {
+            return VariantChangeType(arguments[i].put(), &parameters.rgvarg[place], 0, method.types[i]);
+        });
         if (FAILED(taken)) {
-            if (argumentError) *argumentError = wrong;
+            if (argumentError) *argumentError = place;
             return taken;
         }
     }
@@ -171,7 +185,7 @@ HRESULT ControlDispatch::Call(DISPID id, WORD flags, DISPPARAMS* parameters, VAR
     const MethodEntry* const method = FindMethod(id);
     if (!method || !(flags & DISPATCH_METHOD)) return DISP_E_MEMBERNOTFOUND;
     std::array<Variant, kMostParameters> arguments;
-    const HRESULT taken = TakeArguments(*method, parameters, arguments.data(), argumentError);
+    const HRESULT taken = TakeArguments(*method, *parameters, arguments.data(), argumentError);
     if (FAILED(taken)) return taken;
     Variant answer;
     method->call(m_control, arguments.data(), answer);

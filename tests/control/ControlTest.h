@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <ocidl.h>
+#include <olectl.h>
 #include <oleidl.h>
 
 #include "Container.h"
