@@ -65,9 +65,11 @@ STDMETHODIMP Container::GetWindowContext(IOleInPlaceFrame** frame, IOleInPlaceUI
     return answer;
 }
 
+// A popup, since no window manager is there to wait for.
 TopWindow::TopWindow()
-    : m_window(CreateWindowExW(0, L"STATIC", L"container", WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_CLIPCHILDREN,
-                               50, 50, 400, 300, nullptr, nullptr, nullptr, nullptr))
+    : m_window(CreateWindowExW(WS_EX_TOOLWINDOW, L"STATIC", L"container",
+                               WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN, 50, 50, 400, 300, nullptr, nullptr,
+                               nullptr, nullptr))
 {
     EXPECT_NE(nullptr, m_window) << "is there a display?";
 }
