@@ -48,7 +48,8 @@ def run_checks(bench, tally, options):
     imports = [*python, ROOT / "tests/imports/check", "--dll", bench.dll]
     if not options.foreign_dll:
         imports += ["--symbols", bench.dll.with_suffix(".debug")]
-    table = {"imports": imports, "imports self-test": [*python, ROOT / "tests/imports/check", "--self-test"]}
+    table = {"imports": imports, "imports self-test": [*python, ROOT / "tests/imports/check", "--self-test"],
+             "pascal": [ROOT / "tests/pascal/check", bench.build]}
     if not options.foreign_dll:
         table["includes"] = [*python, ROOT / "tests/check_includes"]
         table["includes self-test"] = [*python, ROOT / "tests/check_includes", "--self-test"]
