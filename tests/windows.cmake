@@ -7,6 +7,24 @@ target_compile_options(kzr_test_support PUBLIC $<$<COMPILE_LANGUAGE:CXX>:-Wno-re
 target_include_directories(kzr_test_support PUBLIC ${PROJECT_SOURCE_DIR}/tests ${KZR_IDL_DIR})
 add_dependencies(kzr_test_support kzr_idl)
 
+# Log libraries for the tests, each in a file of its own; a test copies the one it wants to the name that counts.
+add_custom_target(kzr_fakes)
+foreach(fake Whole Faulting LogInitializeA LogOutputA LogOutputW LogTerminateA)
+  add_library(kzr_fake_${fake} SHARED fakes/log/FakeLogLibrary.cpp)
+  target_link_libraries(kzr_fake_${fake} PRIVATE kzr_flags)
+  set_target_properties(kzr_fake_${fake} PROPERTIES PREFIX ""
+    RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests/fakes
+    ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/fakes)
+  add_dependencies(kzr_fakes kzr_fake_${fake})
+  if(fake MATCHES "^Log")
+    set_target_properties(kzr_fake_${fake} PROPERTIES OUTPUT_NAME Without${fake})
+    target_compile_definitions(kzr_fake_${fake} PRIVATE WITHOUT_${fake})
+  else()
+    set_target_properties(kzr_fake_${fake} PROPERTIES OUTPUT_NAME ${fake})
+  endif()
+endforeach()
+target_compile_definitions(kzr_fake_Faulting PRIVATE FAULTS)
+
 function(kzr_test_program name)
   cmake_parse_arguments(arg "" "" "ROOMS" ${ARGN})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${name}/*.cpp)
@@ -18,6 +36,7 @@ function(kzr_test_program name)
   endforeach()
   add_executable(kzr_${name}_tests ${sources} $<TARGET_OBJECTS:kzr_ids>)
   target_link_libraries(kzr_${name}_tests PRIVATE kzr_test_support gdi32)
+  add_dependencies(kzr_${name}_tests kzr_fakes)
   set_target_properties(kzr_${name}_tests PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
 endfunction()
@@ -40,3 +59,5 @@ if(TARGET kzr_registration_tests)
 endif()
 
 add_subdirectory(fakes)
+# Host of the registration-free test.
+add_subdirectory(regfree)
