@@ -61,3 +61,5 @@ endif()
 add_subdirectory(fakes)
 # Host of the registration-free test.
 add_subdirectory(regfree)
+# Host of the registration-free test.
+add_subdirectory(regfree)
