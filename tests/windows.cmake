@@ -61,5 +61,3 @@ endif()
 add_subdirectory(fakes)
 # Host of the registration-free test.
 add_subdirectory(regfree)
-# Host of the registration-free test.
-add_subdirectory(regfree)
