@@ -6,6 +6,7 @@ come to its end. A script host exits 0 after any script error, so without that l
 
 import re
 
+from gtest import DEFAULT_PAGE, LOCALES
 from process import windows_path
 from results import Run
 
@@ -13,6 +14,8 @@ CASE = re.compile(r"^(ok|not ok) - (.+)$", re.M)
 END = re.compile(r"^END$", re.M)
 
 HOST_SUFFIXES = (".js", ".vbs")
+# Among the comments that a script opens with.
+PAGES = re.compile(r"^(?://|') Code pages: (.*)$", re.M)
 
 
 def judge(ended):
@@ -51,7 +54,8 @@ def register(bench, tally, label, module, *arguments):
 
 def run_scripts(bench, tally, folder, wanted):
     """Registers the DLL and a backend to go with it, and runs every script below the folder in the platform's
-    own script host. A file of the script's name with the suffix .rules tells what the backend answers."""
+    own script host. A file of the script's name with the suffix .rules tells what the backend answers; the
+    variable KZR_TEST_CODE_PAGE tells the script its page."""
     scripts = sorted(path for path in folder.rglob("*") if path.suffix in HOST_SUFFIXES)
     scripts = [path for path in scripts if wanted(str(path.relative_to(folder)))]
     if not scripts:
@@ -69,12 +73,29 @@ def run_scripts(bench, tally, folder, wanted):
     return len(scripts)
 
 
+def pages_of(path):
+    """The code pages that a script wants to run under: a line of its own, "Code pages: 936, 1252"."""
+    wanted = PAGES.search(path.read_text(encoding="utf-8", errors="replace"))
+    return [int(page) for page in re.findall(r"\d+", wanted.group(1))] if wanted else [DEFAULT_PAGE]
+
+
 def run_script(bench, tally, folder, path):
-    label = f"script {path.relative_to(folder)}"
+    for page in pages_of(path):
+        label = f"script {path.relative_to(folder)}"
+        if page != DEFAULT_PAGE:
+            label += f" (code page {page})"
+        if page in LOCALES:
+            run_under_page(bench, tally, label, path, page)
+        else:
+            tally.add(Run(label, 0, [(path.name, "no locale gives this code page")], 0))
+
+
+def run_under_page(bench, tally, label, path, page):
     log = bench.log_file(label)
     rules = path.with_suffix(".rules")
-    environment = {"KZR_TEST_BACKEND_RULES": windows_path(rules) if rules.is_file() else ""}
+    environment = {"KZR_TEST_BACKEND_RULES": windows_path(rules) if rules.is_file() else "",
+                   "KZR_TEST_CODE_PAGE": str(page)}
     ended = bench.run(["cscript", "//nologo", windows_path(path)], log, cwd=path.parent,
-                      wine_locale="C.UTF-8", environment=environment)
+                      wine_locale=LOCALES[page], environment=environment)
     passed, failures = judge(ended)
     tally.add(Run(label, passed, failures, ended.seconds, log, output=ended.output))

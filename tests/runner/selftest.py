@@ -9,7 +9,7 @@ from pathlib import Path
 import checks
 import gtest
 import suite
-from process import Bench
+from process import Bench, Ended
 from results import Tally, excerpt
 
 LISTING = "Running main()\\nLog.\\n  Writes\\n  Reads  # GetParam() = 4\\nP/CodePage936.\\n  Cuts/0\\n"
@@ -128,6 +128,25 @@ class RunnerTest(unittest.TestCase):
     def run_script(self, body):
         checks.run_check(self.bench, self.tally, "script", [sys.executable, "-B", "-c", textwrap.dedent(body)])
         return self.tally.passed, self.tally.failed
+
+    def script_labels(self, text):
+        path = self.folder / "case.js"
+        path.write_text(text)
+        self.bench.run = lambda *_, wine_locale, **more: Ended(0, f"ok - {wine_locale}\nEND\n", 0)
+        checks.run_script(self.bench, self.tally, self.folder, path)
+        return [(run.label, run.passed, run.failures) for run in self.tally.runs]
+
+    def test_a_script_runs_once_under_the_usual_code_page(self):
+        self.assertEqual(self.script_labels("// What it shows.\n"), [("script case.js", 1, [])])
+
+    def test_a_script_runs_under_each_code_page_that_it_names(self):
+        self.assertEqual(self.script_labels("// What it shows.\n// Code pages: 936, 1252\n"),
+                         [("script case.js (code page 936)", 1, []), ("script case.js", 1, [])])
+
+    def test_a_script_with_an_unknown_code_page_fails(self):
+        self.assertEqual(self.script_labels("' Code pages: 437\n"),
+                         [("script case.js (code page 437)", 0,
+                           [("case.js", "no locale gives this code page")])])
 
     def test_a_script_that_reaches_its_end_passes(self):
         self.assertEqual(self.run_script('print("END")'), (1, 0))
