@@ -161,14 +161,16 @@ void RaiseFault(FaultKind kind)
     }
 }
 
-FaultCounter::FaultCounter() : m_handler(AddVectoredExceptionHandler(1, Count))
+FaultCounter::FaultCounter() : m_handler(AddVectoredExceptionHandler(1, Count)) { Reset(); }
+
+FaultCounter::~FaultCounter() { RemoveVectoredExceptionHandler(m_handler); }
+
+void FaultCounter::Reset()
 {
     g_announced = 0;
     g_planned = 0;
     g_unplanned = 0;
 }
-
-FaultCounter::~FaultCounter() { RemoveVectoredExceptionHandler(m_handler); }
 
 void FaultCounter::Allow(long count) { g_announced += count; }
 

@@ -51,6 +51,7 @@ class FaultCounter {
 
     // That many more faults are part of the test: of a test that makes the component itself fault.
     static void Allow(long count);
+    static void Reset();
     static long Unplanned();
     static long Planned();
     // Code and place of the first unplanned one.
