@@ -20,6 +20,7 @@ bool CKzrSecXApp::InitInstance() noexcept
     BackendLock().Create();
     CacheLock().Create();
     StartLog();
+    m_started = true;
     return true;
 }
 
@@ -35,6 +36,7 @@ void CKzrSecXApp::StartLog()
 
 void CKzrSecXApp::ExitInstance() noexcept
 {
+    if (!m_started) return;
     CCacheManager::Destroy();
     BackendLock().Delete();
     CacheLock().Delete();
