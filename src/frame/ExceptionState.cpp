@@ -28,8 +28,9 @@ DWORD g_slot = TLS_OUT_OF_INDEXES;
 SRWLOCK g_lock = SRWLOCK_INIT;
 Node g_all{{}, &g_all, &g_all};
 
-// For a thread that gets no memory: two such threads that throw at once are past helping anyway.
-State g_lastResort{};
+// For a thread that gets no memory, and for whatever throws before start-up or after shut-down: two such
+// threads that throw at once are past helping anyway.
+Node g_lastResort{};
 
 void Free(Node* node) noexcept
 {
@@ -41,14 +42,18 @@ void Free(Node* node) noexcept
 State* MakeState() noexcept
 {
     auto* const node = static_cast<Node*>(HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, sizeof(Node)));
-    if (!node) return &g_lastResort;
+    if (!node || !TlsSetValue(g_slot, node)) {
+        if (node) HeapFree(GetProcessHeap(), 0, node);
+        // Kept as the thread's own: a catch must end in the state that it began in.
+        TlsSetValue(g_slot, &g_lastResort);
+        return &g_lastResort.state;
+    }
     AcquireSRWLockExclusive(&g_lock);
     node->next = g_all.next;
     node->previous = &g_all;
     g_all.next->previous = node;
     g_all.next = node;
     ReleaseSRWLockExclusive(&g_lock);
-    TlsSetValue(g_slot, node);
     return &node->state;
 }
 
@@ -65,6 +70,7 @@ void EndThreadExceptionState() noexcept
     auto* const node = static_cast<Node*>(TlsGetValue(g_slot));
     if (!node) return;
     TlsSetValue(g_slot, nullptr);
+    if (node == &g_lastResort) return;
     AcquireSRWLockExclusive(&g_lock);
     Free(node);
     ReleaseSRWLockExclusive(&g_lock);
