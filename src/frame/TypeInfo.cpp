@@ -26,18 +26,21 @@ bool ComesBefore(std::wstring_view left, std::wstring_view right)
                                         [](wchar_t a, wchar_t b) { return Folded(a) < Folded(b); });
 }
 
+// Only names that the type information itself finds, with its own answer: a dual interface also lists its
+// bases' functions, about which systems differ.
 std::vector<NamedId> NamesOf(ITypeInfo* info, UINT functions)
 {
     std::vector<NamedId> names;
     for (UINT i = 0; i < functions; ++i) {
         FUNCDESC* function = nullptr;
         if (FAILED(info->GetFuncDesc(i, &function))) continue;
-        const DISPID id = function->memid;
+        DISPID id = function->memid;
         info->ReleaseFuncDesc(function);
         Bstr name;
         UINT found = 0;
-        if (SUCCEEDED(info->GetNames(id, name.put(), 1, &found)) && found == 1)
-            names.push_back({WideText(name.Get()), id});
+        if (FAILED(info->GetNames(id, name.put(), 1, &found)) || found != 1) continue;
+        LPOLESTR asked = name.Get();
+        if (SUCCEEDED(info->GetIDsOfNames(&asked, 1, &id))) names.push_back({WideText(name.Get()), id});
     }
     std::sort(names.begin(), names.end(),
               [](const NamedId& left, const NamedId& right) { return ComesBefore(left.name, right.name); });
