@@ -60,8 +60,8 @@ class ClassFactory final : public IClassFactory {
 HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** object) noexcept
 {
     if (!object) return E_POINTER;
+    *object = nullptr;
     return GuardedResult([&]() -> HRESULT {
-        *object = nullptr;
         const ClassEntry* const entry = FindClass(clsid);
         if (!entry) return CLASS_E_CLASSNOTAVAILABLE;
         const auto factory = ComPtr<IClassFactory>::Adopt(new (std::nothrow) ClassFactory(*entry));

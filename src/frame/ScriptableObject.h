@@ -65,11 +65,16 @@ class ScriptableBase : public IObjectSafety {
     HRESULT Scripted(DISPID id, Value* retVal, Body&& body) noexcept
     {
         const ComPtr<IUnknown> alive(&m_inner);
+        bool begun = false;
         const bool finished = Guarded([&] {
+            begun = true;
             if (retVal) *retVal = Value{};
             body();
         });
-        if (!finished) LogFatalError(id);
+        if (finished) return S_OK;
+        // Turned away for want of stack: the caller still gets an empty answer, never what lay there before.
+        if (!begun && retVal) *retVal = Value{};
+        LogFatalError(id);
         return S_OK;
     }
 

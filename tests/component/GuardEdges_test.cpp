@@ -185,6 +185,18 @@ TEST_F(GuardEdges, PointersThatLeadNowhereAreCaught)
     }
 }
 
+TEST_F(GuardEdges, ANameThatLeadsNowhereIsAnsweredWithAFailure)
+{
+    auto* bad = reinterpret_cast<OLECHAR*>(0x50);
+    DISPID id = 7;
+    for (int i = 0; i < 10; ++i) {
+        FaultCounter::Allow(1);
+        EXPECT_EQ(E_FAIL, m_crypto->GetIDsOfNames(IID_NULL, &bad, 1, 0x0400, &id));
+    }
+    EXPECT_EQ(S_OK, Member(L"Hash").Find(m_crypto.Get(), id));
+    EXPECT_EQ(kHash, id);
+}
+
 TEST_F(GuardEdges, ACallerWhoWantsNoAnswerGetsNone)
 {
     ComPtr<ICrypto> crypto;
@@ -228,7 +240,9 @@ TEST_F(GuardEdges, ACallerWithVeryLittleStackGetsAnAnswer)
                                         150u, 158u, 170u, 200u, 400u}) {
         SCOPED_TRACE(kilobytes);
         HRESULT direct = E_FAIL, dispatched = E_FAIL;
-        BSTR answer = nullptr;
+        // An answer's place holds anything before the call, and must not after it.
+        const auto garbage = reinterpret_cast<BSTR>(0x50);
+        BSTR answer = garbage;
         VARIANT result;
         VariantInit(&result);
         LittleStack little{kilobytes * 1024, [&] {
@@ -245,6 +259,7 @@ TEST_F(GuardEdges, ACallerWithVeryLittleStackGetsAnAnswer)
         CloseHandle(thread);
         EXPECT_EQ(S_OK, direct);
         EXPECT_EQ(S_OK, dispatched);
+        ASSERT_NE(garbage, answer);
         const std::wstring got = answer ? answer : L"";
         SysFreeString(answer);
         const Value dispatchedAnswer = Value::Adopt(result);
