@@ -65,7 +65,7 @@ STDMETHODIMP Container::GetWindowContext(IOleInPlaceFrame** frame, IOleInPlaceUI
     return answer;
 }
 
-// A popup, since no window manager is there to wait for.
+// A popup needs no window manager.
 TopWindow::TopWindow()
     : m_window(CreateWindowExW(WS_EX_TOOLWINDOW, L"STATIC", L"container",
                                WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN, 50, 50, 400, 300, nullptr, nullptr,
