@@ -20,6 +20,15 @@ struct NamedId {
 
 constexpr wchar_t Folded(wchar_t c) { return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c + 32) : c; }
 
+// A caller's text. The library's own measuring is declared never to throw, and a fault in it would end the
+// process.
+std::wstring_view Measured(const wchar_t* text)
+{
+    std::size_t length = 0;
+    while (text[length] != L'\0') ++length;
+    return {text, length};
+}
+
 bool ComesBefore(std::wstring_view left, std::wstring_view right)
 {
     return std::lexicographical_compare(left.begin(), left.end(), right.begin(), right.end(),
@@ -108,7 +117,7 @@ HRESULT TypeInfo::GetIDsOfNames(LPOLESTR* names, UINT count, LCID locale, DISPID
     const HRESULT result = Load(locale, &loaded);
     if (FAILED(result)) return result;
     if (count == 1) {
-        const std::wstring_view name(names[0]);
+        const std::wstring_view name = Measured(names[0]);
         const auto found = std::lower_bound(
             loaded->names.begin(), loaded->names.end(), name,
             [](const NamedId& entry, std::wstring_view sought) { return ComesBefore(entry.name, sought); });
