@@ -60,10 +60,9 @@ STDMETHODIMP CUSBKeyPnPActiveXPropPage::GetPageInfo(PROPPAGEINFO* info)
 {
     if (!info) return E_POINTER;
     return Guard([&]() -> HRESULT {
-        const ULONG size = info->cb;
-        if (size < sizeof(PROPPAGEINFO)) return E_INVALIDARG;
+        // Not all frames say how much room they give; there is but one size of this structure.
         *info = {};
-        info->cb = size;
+        info->cb = sizeof(*info);
         // Only a dialog knows its size in this system's font and scaling, so one is made to be asked.
         const UniqueHwnd page = MakePage(HWND_MESSAGE);
         RECT bounds{};
