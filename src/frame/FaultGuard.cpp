@@ -33,14 +33,15 @@ bool RunGuarded(Thunk thunk, void* context, HRESULT& caught) noexcept
     const LocksHeld before;
     try {
         if (RunOwnCode(thunk, context) == 0) return true;
-        // Unwound without destructors: memory may be lost, a lock must not be.
-        before.GiveBackTheRest();
     } catch (const ComError& error) {
         caught = error.Result();
     } catch (const std::bad_alloc&) {
         caught = E_OUTOFMEMORY;
     } catch (...) {
     }
+    // Frames of ours may have been left without their destructors: after a stack overflow, or where the
+    // backend had called back into us when it faulted. Memory may be lost then, a lock must not be.
+    before.GiveBackTheRest();
     return false;
 }
 
