@@ -32,10 +32,19 @@ constexpr bool IsUnwinding(DWORD flags)
     return (flags & (EXCEPTION_UNWINDING | EXCEPTION_EXIT_UNWIND)) != 0;
 }
 
+// What a landing answers: the exception's code. One that was raised with code 0 gets another, since 0 says
+// that nothing happened.
+constexpr DWORD kRaisedWithoutCode = 0xE0000000;
+
+DWORD AnswerFor(const EXCEPTION_RECORD* record)
+{
+    return record->ExceptionCode != 0 ? record->ExceptionCode : kRaisedWithoutCode;
+}
+
 void UnwindTo(void* frame, char* landing, EXCEPTION_RECORD* record, CONTEXT* context,
               DISPATCHER_CONTEXT* dispatcher)
 {
-    const auto code = static_cast<ULONG_PTR>(record->ExceptionCode);
+    const auto code = static_cast<ULONG_PTR>(AnswerFor(record));
     RtlUnwindEx(frame, landing, record, reinterpret_cast<void*>(code), context, dispatcher->HistoryTable);
 }
 
@@ -48,7 +57,7 @@ EXCEPTION_DISPOSITION JumpTo(void* frame, char* landing, const EXCEPTION_RECORD*
 {
     context->Rsp = reinterpret_cast<DWORD64>(frame);
     context->Rip = reinterpret_cast<DWORD64>(landing);
-    context->Rax = record->ExceptionCode;
+    context->Rax = AnswerFor(record);
     context->EFlags &= ~kDirectionFlag;
     return ExceptionContinueExecution;
 }

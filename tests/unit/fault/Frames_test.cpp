@@ -328,6 +328,30 @@ TEST(OwnCode, AFaultThatIsHandledInsideIsLeftAlone)
     EXPECT_EQ(0u, outcome.answered | outcome.thrown);
 }
 
+// A code of 0 may be raised like any other, and 0 is also what nothing at all looks like.
+TEST(ForeignCall, AnExceptionWithoutACodeIsNoAnswer)
+{
+    for (const DWORD flags : {DWORD{0}, DWORD{EXCEPTION_NONCONTINUABLE}}) {
+        EXPECT_THROW(CallForeign([flags] {
+                         RaiseException(0, flags, 0, nullptr);
+                         return 0;
+                     }),
+                     Fault);
+        EXPECT_EQ(42, CallForeignQuietly(
+                          [flags] {
+                              RaiseException(0, flags, 0, nullptr);
+                              return 0;
+                          },
+                          42));
+    }
+}
+
+TEST(OwnCode, AnExceptionWithoutACodeIsNoSuccess)
+{
+    const OwnOutcome outcome = RunOwn([] { RaiseException(0, EXCEPTION_NONCONTINUABLE, 0, nullptr); });
+    EXPECT_NE(0u, outcome.answered);
+}
+
 TEST(StackLeft, TellsWhetherThereIsAsMuch)
 {
     EXPECT_TRUE(HasStackLeft(16 * 1024));
