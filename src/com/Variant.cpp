@@ -6,9 +6,8 @@ namespace kzr {
 
 void Variant::Clear() noexcept
 {
-    if (m_value.vt == VT_EMPTY) return;
-    CallForeignQuietly([this] { return VariantClear(&m_value); }, E_FAIL);
-    VariantInit(&m_value);
+    if (m_value.vt != VT_EMPTY) CallForeignQuietly([this] { return VariantClear(&m_value); }, E_FAIL);
+    m_value = VARIANT{};
 }
 
 }  // namespace kzr

@@ -11,7 +11,7 @@ namespace kzr {
 class Variant {
   public:
     Variant() noexcept = default;
-    Variant(Variant&& other) noexcept : m_value(other.m_value) { VariantInit(&other.m_value); }
+    Variant(Variant&& other) noexcept : m_value(std::exchange(other.m_value, VARIANT{})) {}
     Variant& operator=(Variant other) noexcept
     {
         std::swap(m_value, other.m_value);
@@ -58,14 +58,16 @@ class Variant {
 
     // The text when this is a VT_BSTR, else null: nothing else is ever read as a pointer.
     BSTR Text() const noexcept { return m_value.vt == VT_BSTR ? m_value.bstrVal : nullptr; }
-    bool HasText() const noexcept { return SysStringLen(Text()) != 0; }
+    // Its length stands in memory that the backend made, so asking for it may fault, and that must be
+    // catchable.
+    bool HasText() const { return SysStringLen(Text()) != 0; }
     // The low 16 or 32 bits as they stand, whatever the type says.
     short Bits16() const noexcept { return m_value.iVal; }
     long Bits32() const noexcept { return m_value.lVal; }
 
   private:
-    // Zero in every byte, which VariantInit of older systems does not see to: a result that the backend
-    // leaves alone is read by its bits.
+    // Zero in every byte whenever it is empty, which VariantInit and VariantClear of older systems do not see
+    // to: a result that the backend leaves alone is read by its bits.
     VARIANT m_value{};
 };
 

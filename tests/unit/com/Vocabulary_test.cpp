@@ -131,6 +131,40 @@ TEST(Variant, ClearsWhatItHolds)
     EXPECT_EQ(0, object.references);
 }
 
+// The next call's result may be left alone by the backend; the last one's bits must not answer for it.
+TEST(Variant, OnceEmptiedItReadsAsZeroAgain)
+{
+    Variant cleared = Variant::OfLong(7);
+    cleared.Clear();
+    EXPECT_EQ(0, cleared.Bits32());
+    Variant reused = Variant::OfShort(-1);
+    EXPECT_EQ(0, reused.put()->lVal);
+    Variant written;
+    written.raw()->lVal = 7;  // without a type
+    written.Clear();
+    EXPECT_EQ(0, written.Bits32());
+    Variant movedFrom = Variant::OfLong(7);
+    const Variant moved = std::move(movedFrom);
+    EXPECT_EQ(7, moved.Bits32());
+    EXPECT_EQ(0, movedFrom.Bits32());
+}
+
+TEST(Variant, ATextThatCannotBeReadIsAFaultThatCanBeCaught)
+{
+    bool caught = false;
+    RunOwnCode(
+        [](void* context) {
+            const Variant text = Variant::OfText(reinterpret_cast<BSTR>(16));
+            try {
+                EXPECT_FALSE(text.HasText());
+            } catch (const Fault&) {
+                *static_cast<bool*>(context) = true;
+            }
+        },
+        &caught);
+    EXPECT_TRUE(caught);
+}
+
 TEST(Variant, AnObjectThatFaultsInItsReleaseCostsOnlyItself)
 {
     Counted object;
