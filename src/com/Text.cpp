@@ -13,6 +13,18 @@ std::string ToAnsi(const wchar_t* wide, int length)
     return made == size ? narrow : std::string();
 }
 
+std::wstring ToWide(UINT codePage, const char* narrow)
+{
+    // Counts include the terminator.
+    const int size = narrow ? MultiByteToWideChar(codePage, 0, narrow, -1, nullptr, 0) : 0;
+    if (size <= 1) return {};
+    std::wstring wide(static_cast<std::size_t>(size), L'\0');
+    const int made = MultiByteToWideChar(codePage, 0, narrow, -1, wide.data(), size);
+    if (made != size) return {};
+    wide.pop_back();
+    return wide;
+}
+
 }  // namespace
 
 std::string BstrToString(BSTR wide)
@@ -25,17 +37,9 @@ std::string BstrToString(std::wstring_view wide)
     return ToAnsi(wide.data(), static_cast<int>(wide.size()));
 }
 
-std::wstring StringToWide(const char* narrow)
-{
-    // Counts include the terminator.
-    const int size = narrow ? MultiByteToWideChar(CP_THREAD_ACP, 0, narrow, -1, nullptr, 0) : 0;
-    if (size <= 1) return {};
-    std::wstring wide(static_cast<std::size_t>(size), L'\0');
-    const int made = MultiByteToWideChar(CP_THREAD_ACP, 0, narrow, -1, wide.data(), size);
-    if (made != size) return {};
-    wide.pop_back();
-    return wide;
-}
+std::wstring StringToWide(const char* narrow) { return ToWide(CP_THREAD_ACP, narrow); }
+
+std::wstring SystemTextToWide(const char* narrow) { return ToWide(CP_ACP, narrow); }
 
 std::wstring LowerAscii(std::wstring text)
 {

@@ -20,6 +20,8 @@ std::string BstrToString(std::wstring_view wide);
 
 // Narrow to wide by the calling thread's ANSI code page (CP_THREAD_ACP), up to the first null character.
 std::wstring StringToWide(const char* narrow);
+// The same by the system's page, in which the platform's narrow functions speak, whatever the thread's is.
+std::wstring SystemTextToWide(const char* narrow);
 inline std::wstring StringToWide(const std::string& narrow) { return StringToWide(narrow.c_str()); }
 
 // Only the letters A to Z change.

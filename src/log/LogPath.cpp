@@ -4,9 +4,10 @@
 #include <shlobj.h>
 
 #include <algorithm>
-#include <cwchar>
 #include <string>
+#include <string_view>
 
+#include "com/ModulePath.h"
 #include "com/Text.h"
 #include "log/Log.h"
 
@@ -39,10 +40,9 @@ void CreateFolders(const std::wstring& path)
 // double-byte character may hold a "\" as its second byte.
 std::string HostName()
 {
-    wchar_t path[MAX_PATH + 1] = {};
-    if (GetModuleFileNameW(nullptr, path, MAX_PATH) == 0) return {};
-    const wchar_t* const slash = std::wcsrchr(path, L'\\');
-    return BstrToString(std::wstring_view(slash ? slash + 1 : path));
+    const std::wstring path = ModulePath(nullptr);
+    const std::size_t slash = path.rfind(L'\\');
+    return BstrToString(std::wstring_view(path).substr(slash == path.npos ? 0 : slash + 1));
 }
 
 }  // namespace
@@ -57,7 +57,7 @@ void GetLogFolder(std::string& folder)
     folder = path;
     if (MajorVersion() >= 6) folder += "Low";
     folder += "\\TOLV\\";
-    CreateFolders(StringToWide(folder));
+    CreateFolders(SystemTextToWide(folder.c_str()));
 }
 
 std::string LogFilePath()

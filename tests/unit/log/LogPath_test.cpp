@@ -100,6 +100,22 @@ TEST(LogPath, ADotInTheFolderIsReplacedToo)
               LogFilePath());
 }
 
+// The shell gives the folder in the system's code page, also to a thread that has another one.
+TEST(CodePage1252, TheLogFolderIsMadeWhateverTheThreadsPage)
+{
+    ASSERT_EQ(1252u, GetACP());
+    const TempFolder base;
+    const LocalFolderSetting setting(base / L"J\u00fcrgen\\Local");
+    const LCID before = GetThreadLocale();
+    ASSERT_TRUE(
+        SetThreadLocale(MAKELCID(MAKELANGID(LANG_CHINESE, SUBLANG_CHINESE_SIMPLIFIED), SORT_DEFAULT)));
+    std::string folder;
+    GetLogFolder(folder);
+    SetThreadLocale(before);
+    EXPECT_TRUE(folder.ends_with("J\xfcrgen\\LocalLow\\TOLV\\")) << folder;
+    EXPECT_TRUE(IsFolder(base / L"J\u00fcrgen\\LocalLow\\TOLV"));
+}
+
 TEST(LogPath, WithoutAFolderItIsTheFixedOne)
 {
     // A file stands where the folder would have to be made.
