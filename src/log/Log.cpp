@@ -16,8 +16,8 @@
 namespace kzr {
 namespace {
 
-// Room that a line needs on the stack, the platform's part included. With less the line is dropped: a log
-// that overflows its caller's stack would be an answer.
+// Room that a line needs on the stack, the platform's part included. With less the line is dropped: the log
+// must not be what overflows its caller's stack.
 constexpr std::size_t kStackOfALine = kTextModeCapacity + 16384;
 
 constexpr int kLongestPath = 1024;

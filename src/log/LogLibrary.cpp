@@ -28,9 +28,19 @@ Entry Find(HMODULE library, const char* name)
     return reinterpret_cast<Entry>(reinterpret_cast<void*>(GetProcAddress(library, name)));
 }
 
+// The loader shows a message box for a damaged file unless the thread says that it wants none.
+HMODULE LoadSilently(const char* path)
+{
+    DWORD before = 0;
+    SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &before);
+    const HMODULE library = LoadLibraryA(path);
+    SetThreadErrorMode(before, nullptr);
+    return library;
+}
+
 void LoadFrom(const char* path)
 {
-    const HMODULE library = LoadLibraryA(path);
+    const HMODULE library = LoadSilently(path);
     if (!library) return;
 
     const auto initialize = Find<InitializeEntry>(library, "LogInitializeA");
