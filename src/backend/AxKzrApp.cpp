@@ -71,25 +71,38 @@ std::shared_ptr<CAxKzrApp> CAxKzrApp::Instance()
     return instance;
 }
 
+// Null when there is no memory, for the object or for the counts beside it.
+std::shared_ptr<CAxKzrApp> CAxKzrApp::Allocate() noexcept
+{
+    try {
+        return std::shared_ptr<CAxKzrApp>(new (std::nothrow) CAxKzrApp());
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
 bool CAxKzrApp::MakeInstance()
 {
     KZR_TRACE("CAxKzrApp::Instance new CAxKzrApp...");
-    CAxKzrApp* const made = new (std::nothrow) CAxKzrApp();
-    if (!made) {
+    const std::shared_ptr<CAxKzrApp> instance = Allocate();
+    if (!instance) {
         KZR_ERROR(
             0, "CAxKzrApp::Instancenew CAxKzrApp out of memory!");  // the missing blank belongs to the text
         return false;
     }
     // Stored before it is loaded: what a loading backend lets in on this thread shares this instance.
-    const std::shared_ptr<CAxKzrApp> instance(made);
     *g_instance = instance;
+    instance->m_connecting = true;
+    bool connected = false;
     try {
-        if (!instance->Connect()) Destroy(instance);
+        connected = instance->Connect();
     } catch (...) {
         Destroy(instance);
         throw;
     }
-    return *g_instance == instance;
+    instance->m_connecting = false;
+    if (!connected) Destroy(instance);
+    return connected;
 }
 
 bool CAxKzrApp::Connect()
@@ -124,7 +137,7 @@ void CAxKzrApp::Release()
         return;
     }
     const unsigned left = --g_holders;
-    if (left == 0 && *g_instance) {
+    if (left == 0 && *g_instance && !(*g_instance)->m_connecting) {
         KZR_TRACE("CAxKzrApp::Release delete...");
         Destroy(std::shared_ptr<CAxKzrApp>(*g_instance));
     }

@@ -48,6 +48,7 @@ class CAxKzrApp final : public std::enable_shared_from_this<CAxKzrApp> {
   private:
     CAxKzrApp() noexcept = default;
 
+    static std::shared_ptr<CAxKzrApp> Allocate() noexcept;
     static bool MakeInstance();
     static void Destroy(const std::shared_ptr<CAxKzrApp>& instance) noexcept;
     bool Connect();
@@ -60,6 +61,8 @@ class CAxKzrApp final : public std::enable_shared_from_this<CAxKzrApp> {
     ForeignPtr<IDispatch> m_control;
     HostOwner<CKzrAppEventSink> m_eventSink;
     HostOwner<CKzrControlSite> m_controlSite;
+    // Being made: what comes and goes meanwhile on this thread must not end it. Under the backend lock.
+    bool m_connecting = false;
     bool m_loaded = false;
     bool m_advised = false;
     DWORD m_adviseCookie = 0;

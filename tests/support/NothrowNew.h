@@ -1,4 +1,4 @@
-// Memory that runs out on demand, for the allocations whose failure is an answer and not an exception.
+// Memory that runs out on demand, for either form of `new`.
 #pragma once
 
 namespace kzr::test {
@@ -13,5 +13,16 @@ class NothrowNewFails {
 };
 
 bool NothrowNewFailsHere();
+
+// While one lives, plain `new` throws on the thread that made it; `new (std::nothrow)` goes on.
+class PlainNewFails {
+  public:
+    PlainNewFails();
+    ~PlainNewFails();
+    PlainNewFails(const PlainNewFails&) = delete;
+    PlainNewFails& operator=(const PlainNewFails&) = delete;
+};
+
+bool PlainNewFailsHere();
 
 }  // namespace kzr::test

@@ -339,6 +339,49 @@ TEST_F(BackendInstance, AHolderThatComesInWhileItLoadsSharesIt)
     CAxKzrApp::Release();
 }
 
+TEST_F(BackendInstance, AHolderThatComesAndGoesWhileItIsMadeDoesNotEndIt)
+{
+    for (const Step step : {Step::SetUserConfig, Step::Advise}) {
+        backend->At(step).Runs([&] {
+            backend->At(step) = StepRule();
+            EXPECT_TRUE(CAxKzrApp::Instance());
+            CAxKzrApp::Release();
+        });
+        const std::shared_ptr<CAxKzrApp> app = CAxKzrApp::Instance();
+        ASSERT_TRUE(app);
+        const LogSteps visit = {kStarting, Counted(1), kReleaseStarting, Left(0)};
+        const LogSteps advised = {kAdvised, Counted(1)};
+        ExpectLines(step == Step::Advise
+                        ? kUpToAdvising + visit + advised
+                        : kUpToLoading + visit + LogSteps{kLoaded, kAdvise, kAdviseStarting} + advised);
+        EXPECT_EQ(1, backend->LiveControls());
+        backend->Expect(L"SOF_Login", {}, L"in");
+        Variant result;
+        EXPECT_EQ(S_OK, app->Call(L"SOF_Login", result));
+        TakeLog();
+        CAxKzrApp::Release();
+        ExpectLines({kReleaseStarting, kDelete, Left(0)});
+        EXPECT_EQ(0, backend->LiveControls());
+    }
+}
+
+TEST_F(BackendInstance, AHolderThatCameWhileItCouldNotBeMadeIsStillCounted)
+{
+    std::shared_ptr<CAxKzrApp> inner;
+    backend->At(Step::Advise).Fails(E_ACCESSDENIED).Runs([&] { inner = CAxKzrApp::Instance(); });
+    EXPECT_FALSE(CAxKzrApp::Instance());
+    ASSERT_TRUE(inner);
+    backend->At(Step::Advise) = StepRule();
+    TakeLog();
+    Variant result;
+    EXPECT_EQ(E_FAIL, inner->Call(L"SOF_Login", result));
+    ExpectLines({Error("CAxKzrApp::InvokeMethod have released!!!")});
+    CAxKzrApp::Release();
+    ExpectLines({kReleaseStarting, Left(0)});
+    CAxKzrApp::Release();
+    ExpectLines(kThirdRelease);
+}
+
 TEST_F(BackendInstance, ALastReleaseInTheMiddleOfACallLeavesTheCallWhole)
 {
     std::shared_ptr<CAxKzrApp> app = Loaded();

@@ -392,12 +392,19 @@ TEST_F(EventSink, BothSayWhenThereIsNoMemory)
 
 TEST_F(EventSink, WithoutMemoryTheInstanceIsNotMade)
 {
+    const LogSteps lines = {Trace("CAxKzrApp::Instance starting..."),
+                            Trace("CAxKzrApp::Instance new CAxKzrApp..."),
+                            Error("CAxKzrApp::Instancenew CAxKzrApp out of memory!")};
     {
-        const NothrowNewFails none;
+        const NothrowNewFails noObject;
         EXPECT_FALSE(CAxKzrApp::Instance());
     }
-    ExpectLines({Trace("CAxKzrApp::Instance starting..."), Trace("CAxKzrApp::Instance new CAxKzrApp..."),
-                 Error("CAxKzrApp::Instancenew CAxKzrApp out of memory!")});
+    ExpectLines(lines);
+    {
+        const PlainNewFails noCounts;
+        EXPECT_FALSE(CAxKzrApp::Instance());
+    }
+    ExpectLines(lines);
     CAxKzrApp::Release();
     ExpectLines(
         {Trace("CAxKzrApp::Release starting..."), Trace("CAxKzrApp::Release ref_counts is 0, return ok...")});
