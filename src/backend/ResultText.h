@@ -16,7 +16,7 @@ namespace kzr {
 // Hands a text result to a script as an exact copy, byte length included.
 // E_POINTER for a null `retVal`, E_OUTOFMEMORY when the copy cannot be made; a result of another type gives
 // DISP_E_TYPEMISMATCH and leaves `retVal` alone.
-inline HRESULT ResultToRetVal(const Variant& result, BSTR* retVal) noexcept
+inline HRESULT ResultToRetVal(const Variant& result, BSTR* retVal)
 {
     if (!retVal) return E_POINTER;
     if (result.Type() != VT_BSTR) return DISP_E_TYPEMISMATCH;
@@ -25,16 +25,22 @@ inline HRESULT ResultToRetVal(const Variant& result, BSTR* retVal) noexcept
     return *retVal ? S_OK : E_OUTOFMEMORY;
 }
 
-// Converts a result of any type by automation's change of type; an empty or missing one gives "".
+// Converts a result of any type by automation's change of type, which refuses VT_NULL.
 // Throws ComError with the conversion's HRESULT.
-inline std::wstring ResultToText(const Variant& result)
+inline std::wstring ChangedToText(const Variant& result)
 {
-    if (result.Type() == VT_EMPTY || result.Type() == VT_NULL) return {};
     Variant text;
     const HRESULT changed = CallForeign(
         [&] { return VariantChangeType(text.put(), const_cast<VARIANT*>(&result.Get()), 0, VT_BSTR); });
     if (FAILED(changed)) throw ComError(changed);
     return WideText(text.Text());
+}
+
+// The same where a missing result is an empty text.
+inline std::wstring ResultToText(const Variant& result)
+{
+    if (result.Type() == VT_EMPTY || result.Type() == VT_NULL) return {};
+    return ChangedToText(result);
 }
 
 }  // namespace kzr

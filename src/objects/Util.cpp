@@ -242,7 +242,7 @@ bool CUtil::SigningCertificateFact(const std::wstring& id, short type, std::wstr
         KZR_ERROR(called, "CUtil: getUserInfoByContainer SOF_GetCertInfo or SOF_GetCertEntity return NULL!");
         return false;
     }
-    text = ResultToText(fact);
+    text = ChangedToText(fact);
     return true;
 }
 
@@ -257,7 +257,7 @@ std::wstring CUtil::CertificateCount(const std::wstring& id)
 }
 
 // Type 11 the signing certificate's, 12 the exchange certificate's. Both are exported either way, used as
-// they come, and nothing here is checked.
+// they come, and nothing here is checked. A result without a text, VT_NULL too, ends in the guard.
 std::wstring CUtil::SerialNumber(const std::wstring& id, short type)
 {
     Variant signing;
@@ -266,7 +266,7 @@ std::wstring CUtil::SerialNumber(const std::wstring& id, short type)
     m_backend->Call(L"SOF_ExportUserCert", signing, id);
     m_backend->Call(L"SOF_ExportExChangeUserCert", exchange, id);
     m_backend->Call(L"SOF_GetCertInfo", number, (type == 11 ? signing : exchange), kSerialNumber);
-    return LowerAscii(ResultToText(number));
+    return LowerAscii(ChangedToText(number));
 }
 
 }  // namespace kzr

@@ -286,12 +286,11 @@ Case SerialOf(const char* name, int type, const Answer& signing, const Answer& e
 }
 
 // A number that no text can be made of ends in the guard.
-Case NoText(int type)
+Case NoText(int type, const char* name, const Value& number)
 {
     Case row =
-        Row("Type" + std::to_string(type) + "EndsInTheGuardForANumberThatIsNoText", L"c1", type,
-            Begin(L"c1", type) +
-                AskSerial(L"SIGN", L"EXCHANGE", type == 11 ? L"SIGN" : L"EXCHANGE", Value::Raw(VT_ERROR, 5)) +
+        Row("Type" + std::to_string(type) + name, L"c1", type,
+            Begin(L"c1", type) + AskSerial(L"SIGN", L"EXCHANGE", type == 11 ? L"SIGN" : L"EXCHANGE", number) +
                 LogSteps{Error("Invoke CCertificate dispid(4): receive a fatal error!!!")},
             L"");
     row.mayFault = true;
@@ -310,7 +309,8 @@ Rows SerialNumbers(int type)
             Serial(type, "GivesTheTextThatAFailedCallLeft", Fails(E_FAIL, L"0A1B"), L"0a1b"),
             Serial(type, "GivesANumberAsText", I4(-42), L"-42"),
             Serial(type, "IsEmptyWhenTheBackendHasNoSuchMethod", UnknownName(), L""),
-            NoText(type)};
+            NoText(type, "EndsInTheGuardForANumberThatIsNoText", Value::Raw(VT_ERROR, 5)),
+            NoText(type, "EndsInTheGuardForNull", Null())};
 }
 
 const Rows kSerials = Join({
