@@ -274,6 +274,24 @@ TEST(ResultToRetVal, HasNowhereToPutItWithoutAPlace)
     EXPECT_EQ(E_POINTER, ResultToRetVal(text, nullptr));
 }
 
+TEST(ResultToRetVal, ATextThatCannotBeReadIsAFaultThatCanBeCaught)
+{
+    bool caught = false;
+    RunOwnCode(
+        [](void* context) {
+            const Variant text = Variant::OfText(reinterpret_cast<BSTR>(16));
+            BSTR copy = nullptr;
+            try {
+                ResultToRetVal(text, &copy);
+            } catch (const Fault&) {
+                *static_cast<bool*>(context) = true;
+            }
+            EXPECT_EQ(nullptr, copy);
+        },
+        &caught);
+    EXPECT_TRUE(caught);
+}
+
 TEST(ResultToText, ConvertsWhateverCanBeConverted)
 {
     const struct {
