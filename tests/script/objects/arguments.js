@@ -1,4 +1,5 @@
 // What JScript passes for a number, a text and nothing at all, and which of it is refused before the method runs.
+// Code pages: 936, 1252, 65001
 var checks = 0, failed = 0;
 
 function report(name, good, why) {

@@ -1,5 +1,6 @@
 ' What VBScript passes for a number, a text and nothing at all, from literals, variables and elements, and which
 ' of it is refused before the method runs.
+' Code pages: 936, 1252, 65001
 Option Explicit
 On Error Resume Next
 Dim checks, failed, a
