@@ -50,6 +50,12 @@ kzr_test_program(objects ROOMS fault com log backend cache frame objects control
 kzr_test_program(registration ROOMS fault)
 # In containers, with windows: needs a display.
 kzr_test_program(control)
+if(TARGET kzr_control_tests)
+  # Wine shows the build machine's files as drive Z.
+  add_dependencies(kzr_control_tests usbkeyhost kzr_test_backend)
+  target_compile_definitions(kzr_control_tests PRIVATE
+    KZR_USBKEYHOST="Z:$<TARGET_FILE:usbkeyhost>" KZR_TEST_BACKEND="Z:$<TARGET_FILE:kzr_test_backend>")
+endif()
 
 # The parts of registration that have a surface of their own; the rest is seen through the DLL.
 if(TARGET kzr_registration_tests)

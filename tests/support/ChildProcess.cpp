@@ -46,21 +46,26 @@ bool RanAsChild(int argc, char** argv, int& code)
 
 ChildResult RunChild(const std::string& part, const std::wstring& program, DWORD milliseconds)
 {
+    return RunProgram(program.empty() ? ThisProgram() : program,
+                      L"--child=" + std::wstring(part.begin(), part.end()), milliseconds);
+}
+
+ChildResult RunProgram(const std::wstring& program, const std::wstring& arguments, DWORD milliseconds)
+{
     ChildResult ended;
     SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
     HANDLE reading = nullptr, writing = nullptr;
     if (!CreatePipe(&reading, &writing, &inherited, 0)) return ended;
     SetHandleInformation(reading, HANDLE_FLAG_INHERIT, 0);
 
-    const std::wstring path = program.empty() ? ThisProgram() : program;
-    std::wstring line = L"\"" + path + L"\" --child=" + std::wstring(part.begin(), part.end());
+    std::wstring line = L"\"" + program + L"\" " + arguments;
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdOutput = writing;
     startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
     PROCESS_INFORMATION process{};
-    ended.started = CreateProcessW(path.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+    ended.started = CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
                                    &startup, &process);
     CloseHandle(writing);
     if (ended.started) {

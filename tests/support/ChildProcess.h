@@ -20,6 +20,10 @@ struct ChildResult {
 // `program`: another file than this one, to run under another name.
 ChildResult RunChild(const std::string& part, const std::wstring& program = L"", DWORD milliseconds = 120000);
 
+// Any program with these arguments, as they stand on a command line.
+ChildResult RunProgram(const std::wstring& program, const std::wstring& arguments,
+                       DWORD milliseconds = 120000);
+
 // Runs the part that the command line asks for, if any; answers whether one was.
 bool RanAsChild(int argc, char** argv, int& code);
 
