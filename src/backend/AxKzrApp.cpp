@@ -27,7 +27,10 @@ unsigned g_holders = 0;
 template <class Call>
 HRESULT Try(Call&& call) noexcept
 {
-    return CallForeignQuietly(call, E_FAIL);
+    const LocksHeld before;
+    const HRESULT result = CallForeignQuietly(call, E_FAIL);
+    before.GiveBackTheRest();
+    return result;
 }
 
 HRESULT FindEvents(IDispatch* control, ForeignPtr<IConnectionPoint>& events) noexcept
@@ -125,7 +128,9 @@ bool CAxKzrApp::Connect()
 void CAxKzrApp::Destroy(const std::shared_ptr<CAxKzrApp>& instance) noexcept
 {
     if (*g_instance == instance) *g_instance = nullptr;
+    const LocksHeld before;
     instance->Disconnect();
+    before.GiveBackTheRest();
 }
 
 void CAxKzrApp::Release()

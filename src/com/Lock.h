@@ -56,6 +56,19 @@ class Lock {
 Lock& BackendLock() noexcept;
 Lock& CacheLock() noexcept;
 
+// How deep the calling thread holds the two locks, for places where frames of ours may be left without their
+// destructors: a backend that called back into us and then faults takes them along.
+struct LocksHeld {
+    int cache = CacheLock().MyDepth();
+    int backend = BackendLock().MyDepth();
+
+    void GiveBackTheRest() const noexcept
+    {
+        BackendLock().LeaveDownTo(backend);
+        CacheLock().LeaveDownTo(cache);
+    }
+};
+
 // Both locks, held together.
 class [[nodiscard]] LockBothGuard {
   public:

@@ -12,6 +12,25 @@
 namespace kzr {
 namespace {
 
+// Locks that clients asked for. One given back too often must not take away what keeps a live object's code
+// loaded.
+std::atomic<long> g_serverLocks{0};
+
+void AddServerLock() noexcept
+{
+    LockModule();
+    g_serverLocks.fetch_add(1, std::memory_order_acq_rel);
+}
+
+void GiveServerLockBack() noexcept
+{
+    long locks = g_serverLocks.load(std::memory_order_acquire);
+    do {
+        if (locks == 0) return;
+    } while (!g_serverLocks.compare_exchange_weak(locks, locks - 1, std::memory_order_acq_rel));
+    UnlockModule();
+}
+
 class ClassFactory final : public IClassFactory {
   public:
     explicit ClassFactory(const ClassEntry& entry) noexcept : m_entry(entry) {}
@@ -41,9 +60,9 @@ class ClassFactory final : public IClassFactory {
     STDMETHODIMP LockServer(BOOL lock) override
     {
         if (lock)
-            LockModule();
+            AddServerLock();
         else
-            UnlockModule();
+            GiveServerLockBack();
         return S_OK;
     }
 

@@ -12,18 +12,6 @@ namespace {
 // here, by an ordinary answer, instead of by a stack overflow in the middle of a method that holds locks.
 constexpr std::size_t kStackOfACall = 160 * 1024;
 
-// How deep the calling thread holds the two locks.
-struct LocksHeld {
-    int cache = CacheLock().MyDepth();
-    int backend = BackendLock().MyDepth();
-
-    void GiveBackTheRest() const noexcept
-    {
-        BackendLock().LeaveDownTo(backend);
-        CacheLock().LeaveDownTo(cache);
-    }
-};
-
 }  // namespace
 
 bool RunGuarded(Thunk thunk, void* context, HRESULT& caught) noexcept

@@ -127,6 +127,16 @@ TEST_F(ModuleGate, ALockKeepsTheModuleBeyondItsClassObject)
     }
 }
 
+TEST_F(ModuleGate, AnUnlockTooManyTakesNothingFromALiveObject)
+{
+    ComPtr<IDispatch> object = Make(kUtil);
+    EXPECT_EQ(S_OK, Factory(kUtil.clsid)->LockServer(FALSE));
+    EXPECT_EQ(S_OK, Factory(kUtil.clsid)->LockServer(FALSE));
+    object = nullptr;
+    const ComPtr<IClassFactory> factory = Factory(kUtil.clsid);
+    EXPECT_EQ(S_FALSE, dll->CanUnloadNow());
+}
+
 TEST_F(ModuleGate, AnObjectKeepsTheModuleUntilItsLastReferenceGoes)
 {
     for (const SharedClass* shared : kSharedClasses) {
