@@ -95,7 +95,8 @@ class AnsweringObject : public ScriptableObject<Interface> {
                     const LogText& failure) const
     {
         if (SUCCEEDED(called) && result.HasText()) {
-            ResultToRetVal(result, retVal);
+            // A caller who wants no answer is no failure; no memory for one is.
+            if (ResultToRetVal(result, retVal) == E_OUTOFMEMORY) throw ComError(E_OUTOFMEMORY);
             Trace(success);
         } else {
             Put(retVal, L"");
