@@ -110,5 +110,32 @@ TEST_F(CryptoTogether, EveryMethodLeavesTheSymmetricMethodThatItFound)
         }
 }
 
+// A caller of the vtable who does not want the answer.
+TEST_F(CryptoTogether, NobodyHasToWantAnAnswer)
+{
+    ComPtr<ICrypto> dual;
+    ASSERT_EQ(S_OK, crypto->QueryInterface(__uuidof(ICrypto), dual.putVoid()));
+    for (const wchar_t* method :
+         {L"SOF_SignData", L"SOF_VerifySignedData", L"SOF_VerifySignedDataXML", L"SOF_HashData",
+          L"SOF_GetEncryptMethod", L"SOF_SymEncryptData", L"SOF_SymEncryptFile"})
+        backend->Allow(method, L"answer");
+    backend->Allow(L"SOF_SetEncryptMethod", I4(0));
+
+    Value text(L"text");
+    const BSTR given = text.Get().bstrVal;
+    EXPECT_EQ(S_OK, dual->signedData(given, given, nullptr));
+    EXPECT_EQ(S_OK, dual->authUser(given, given, nullptr));
+    EXPECT_EQ(S_OK, dual->verifySignedData(given, given, given, nullptr));
+    EXPECT_EQ(S_OK, dual->checkUser(given, given, given, nullptr));
+    EXPECT_EQ(S_OK, dual->verifySignedDataXML(given, nullptr));
+    EXPECT_EQ(S_OK, dual->EncStr(given, given, nullptr));
+    EXPECT_EQ(S_OK, dual->encryptFile(given, given, given, nullptr));
+    EXPECT_EQ(S_OK, dual->envelopedData(given, 2, given, nullptr));
+    EXPECT_EQ(S_OK, dual->setAlgFlag(1, 2, nullptr));
+    EXPECT_EQ(S_OK, dual->GenTSReq(given, nullptr));
+    EXPECT_EQ(1u, backend->CallsOf(L"SOF_SymEncryptData"));
+    EXPECT_EQ(1u, backend->CallsOf(L"SOF_SymEncryptFile"));
+}
+
 }  // namespace
 }  // namespace kzr::test
