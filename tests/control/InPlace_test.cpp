@@ -249,6 +249,28 @@ TEST_F(ControlInPlace, ASiteTakenAwayInTheMiddleDeactivates)
     EXPECT_EQ(0, container->References());
 }
 
+TEST_F(ControlInPlace, AControlDroppedWhileActiveTakesItsWindowAlongAndLetsTheContainerGo)
+{
+    EXPECT_EQ(S_OK, DoVerb(control.Get(), OLEIVERB_UIACTIVATE));
+    const HWND window = Window();
+    control.Reset();
+    EXPECT_FALSE(IsWindow(window));
+    EXPECT_EQ(0, container->References());
+    container->Take();
+    EXPECT_EQ(S_OK, dll->CanUnloadNow());
+}
+
+TEST_F(ControlInPlace, AContainerMayDestroyItsWindowInsideTheActivation)
+{
+    container->during["ShowObject"] = [&] { top->Destroy(); };
+    EXPECT_EQ(S_OK, DoVerb(control.Get(), OLEIVERB_INPLACEACTIVATE));
+    EXPECT_EQ(nullptr, Window());
+    EXPECT_EQ(S_OK, As<IOleInPlaceObject>(control)->InPlaceDeactivate());
+    container->Take();
+    EXPECT_EQ(S_OK, Call(control.Get(), L"EnumUsbKey").result);
+    EXPECT_TRUE(IsMessageOnly(Window()));
+}
+
 TEST_F(ControlInPlace, KeysAreTheContainersBusiness)
 {
     MSG message{};
