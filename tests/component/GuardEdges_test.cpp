@@ -151,12 +151,19 @@ TEST_F(GuardEdges, AReentrantCallOfAnotherObjectIsLoggedAsThatObjects)
 TEST_F(GuardEdges, TheCallersLastReferenceMayGoInsideTheCall)
 {
     allowFatalErrors = true;
-    for (const bool faults : {false, true}) {
-        ComPtr<IDispatch> object = Make(kCrypto);
-        IDispatch* const raw = object.Get();
-        Answer answer = faults ? Faults(FaultKind::Write) : Answer(L"signature");
-        backend->Allow(L"SOF_SignData", answer.Running([&] { object = nullptr; }));
-        EXPECT_EQ(S_OK, Call(raw, kSignedData, {L"text", L"c1"}).result);
+    for (const bool direct : {false, true}) {
+        for (const bool faults : {false, true}) {
+            ComPtr<ICrypto> object;
+            ASSERT_EQ(S_OK, dll->Create(kCrypto.clsid, __uuidof(ICrypto), object.putVoid()));
+            ICrypto* const raw = object.Get();
+            Answer answer = faults ? Faults(FaultKind::Write) : Answer(L"signature");
+            backend->Allow(L"SOF_SignData", answer.Running([&] { object = nullptr; }));
+            const Value text(L"text"), container(L"c1");
+            BSTR signature = nullptr;
+            EXPECT_EQ(S_OK, direct ? raw->signedData(text.Get().bstrVal, container.Get().bstrVal, &signature)
+                                   : Call(raw, kSignedData, {text, container}).result);
+            SysFreeString(signature);
+        }
     }
     EXPECT_EQ(1, backend->LiveControls());
 }
