@@ -33,6 +33,7 @@ class AggregatableObject {
 
   protected:
     explicit AggregatableObject(IUnknown* outer) noexcept : m_outer(outer ? outer : &m_inner) {}
+    // Only the last reference ends an object.
     virtual ~AggregatableObject() = default;
 
     // Every interface but IUnknown; adds the reference through the interface itself.

@@ -8,6 +8,7 @@
 namespace kzr {
 namespace {
 
+// Read once per process, like the interfaces' type information.
 constinit TypeInfo g_classInfo(CLSID_USBKeyPnPActiveX);
 
 }  // namespace

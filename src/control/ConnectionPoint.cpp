@@ -34,6 +34,7 @@ STDMETHODIMP ConnectionPoint::QueryInterface(REFIID iid, void** object)
     return AnswerInterface(entries, iid, object);
 }
 
+// A connection point is held as long as the control is, and keeps it alive.
 STDMETHODIMP_(ULONG) ConnectionPoint::AddRef() { return m_control.Outer()->AddRef(); }
 STDMETHODIMP_(ULONG) ConnectionPoint::Release() { return m_control.Outer()->Release(); }
 
@@ -62,6 +63,7 @@ STDMETHODIMP ConnectionPoint::Advise(IUnknown* sink, DWORD* cookie)
         if (!asked && IsEqualIID(m_iid, DIID__DUSBKeyPnPActiveXEvents))
             asked = QueryForeign<IUnknown>(sink, IID_IDispatch);
         if (!asked) return CONNECT_E_CANNOTCONNECT;
+        // A cookie is never used twice, so an old one cannot end somebody else's connection.
         m_connections.push_back({++m_lastCookie, std::move(asked)});
         *cookie = m_lastCookie;
         return S_OK;
@@ -106,6 +108,7 @@ bool ConnectionPoint::IsConnected(DWORD cookie) const noexcept
 
 void ConnectionPoint::Fire(DISPID id)
 {
+    // A copied list with references of its own: handlers connect and disconnect as they like.
     const std::vector<Connection> connections = m_connections;
     for (const Connection& each : connections) {
         if (!IsConnected(each.cookie)) continue;

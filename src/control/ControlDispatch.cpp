@@ -123,6 +123,7 @@ HRESULT TakeArguments(const MethodEntry& method, const DISPPARAMS& parameters, V
     return S_OK;
 }
 
+// Scripts show this text as their error's description.
 void Describe(DISPID id, HRESULT caught, EXCEPINFO* exception) noexcept
 {
     if (!exception) return;
@@ -169,6 +170,7 @@ STDMETHODIMP ControlDispatch::Invoke(DISPID id, REFIID iid, LCID, WORD flags, DI
 {
     if (!IsEqualIID(iid, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
     if (!parameters) return E_POINTER;
+    // A call may pump messages, and a page drop the control inside.
     const ComPtr<IUnknown> alive(m_control.InnerUnknown());
     HRESULT answer = S_OK;
     HRESULT caught = E_FAIL;
@@ -181,6 +183,7 @@ STDMETHODIMP ControlDispatch::Invoke(DISPID id, REFIID iid, LCID, WORD flags, DI
 HRESULT ControlDispatch::Call(DISPID id, WORD flags, DISPPARAMS* parameters, VARIANT* result,
                               UINT* argumentError)
 {
+    // Before anything is looked at: a control that could get no window hears no event, and is refused whole.
     if (!m_control.IsInvokeAllowed()) return E_UNEXPECTED;
     const MethodEntry* const method = FindMethod(id);
     if (!method || !(flags & DISPATCH_METHOD)) return DISP_E_MEMBERNOTFOUND;

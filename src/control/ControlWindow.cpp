@@ -13,6 +13,8 @@ constexpr wchar_t kClassName[] = L"KzrSecX.USBKeyPnPActiveX";
 
 HINSTANCE Instance() noexcept { return ThisModule(); }
 
+// Registered with the first window and taken back at module shut-down, since the procedure goes with the
+// module. The class belongs to the module's instance, so other builds of it may be loaded beside.
 bool RegisterClassOnce(WNDPROC procedure) noexcept
 {
     WNDCLASSEXW known{};
@@ -24,6 +26,7 @@ bool RegisterClassOnce(WNDPROC procedure) noexcept
     }
     WNDCLASSEXW made{};
     made.cbSize = sizeof(made);
+    // The ellipse depends on the whole size, so every change of it draws all anew.
     made.style = CS_DBLCLKS | CS_HREDRAW | CS_VREDRAW;
     made.lpfnWndProc = procedure;
     made.hInstance = Instance();
@@ -44,11 +47,14 @@ bool ControlWindow::Create(HWND parent) noexcept
     if (!RegisterClassOnce(&Procedure)) return false;
     const HWND made = CreateWindowExW(0, kClassName, nullptr, WS_CHILD | WS_CLIPSIBLINGS | WS_CLIPCHILDREN, 0,
                                       0, 0, 0, parent, nullptr, Instance(), this);
+    // A handler inside the creation may have destroyed the window again.
     return made && m_window == made;
 }
 
 bool ControlWindow::Ensure() noexcept { return m_window || Create(HWND_MESSAGE); }
 
+// What happens inside SetParent and ShowWindow is the container's code as well: the window may be gone after
+// either.
 bool ControlWindow::MoveInto(HWND parent, const RECT& position, const RECT& clip) noexcept
 {
     if (!m_window && !Create(parent)) return false;
@@ -84,6 +90,7 @@ void ControlWindow::MoveOut() noexcept
 
 void ControlWindow::Destroy() noexcept
 {
+    // WM_NCDESTROY forgets the handle.
     const HWND window = m_window;
     if (!window || DestroyWindow(window)) return;
     // The last reference went on a thread that is not the window's: cut the window off, and let it go there.
@@ -106,6 +113,8 @@ LRESULT ControlWindow::Begin(HWND window, LPARAM creation) noexcept
     return DefWindowProcW(window, WM_NCCREATE, 0, creation);
 }
 
+// Nothing that the control or its page throws reaches the system below: a failing creation is told by -1, any
+// other message counts as handled.
 LRESULT CALLBACK ControlWindow::Procedure(HWND window, UINT message, WPARAM wide, LPARAM longer) noexcept
 {
     if (message == WM_NCCREATE) return Begin(window, longer);
@@ -139,6 +148,7 @@ LRESULT ControlWindow::Handle(UINT message, WPARAM wide, LPARAM longer)
         case WM_ERASEBKGND:
             return 1;  // the drawing fills the whole window
         case WM_MOUSEACTIVATE:
+            // A click takes the focus, and the container must hear of that first.
             m_control.InPlace().ActivateUi();
             break;
         case WM_SETFOCUS:

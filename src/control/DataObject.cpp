@@ -24,6 +24,7 @@ struct FormatList {
     static void TakeBack(FORMATETC&) noexcept {}
 };
 
+// The old kind, which containers keep as the picture of a control that is not running.
 HRESULT GiveMetafile(const SIZE& size, STGMEDIUM& medium) noexcept
 {
     const HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, sizeof(METAFILEPICT));

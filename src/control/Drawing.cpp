@@ -7,6 +7,7 @@ constexpr int kHimetricPerInch = 2540;
 
 }  // namespace
 
+// The container's context may hold any brush and pen, so both are chosen here.
 void DrawControl(HDC context, const RECT& bounds) noexcept
 {
     const int saved = SaveDC(context);
@@ -31,6 +32,7 @@ HMETAFILE DrawMetafile(const SIZE& himetric) noexcept
     const HDC context = CreateMetaFileW(nullptr);
     if (!context) return nullptr;
     const SIZE pixels = ToPixels(himetric);
+    // The frame that plays it scales from these bounds.
     SetWindowOrgEx(context, 0, 0, nullptr);
     SetWindowExtEx(context, pixels.cx, pixels.cy, nullptr);
     DrawControl(context, {0, 0, pixels.cx, pixels.cy});

@@ -89,6 +89,7 @@ class Enumerator final : public Kind::Interface {
     }
 
   private:
+    // A list of its own: what changes in the control meanwhile does not disturb the walk.
     Enumerator(std::vector<Held> items, std::size_t next) : m_items(std::move(items)), m_next(next) {}
     ~Enumerator() = default;
 

@@ -10,6 +10,7 @@ HRESULT InPlaceActivation::Activate()
     if (m_active) return m_control.Window().IsPlaced() ? S_OK : TakePlace();
     m_site = QueryForeign<IOleInPlaceSite>(m_control.ClientSite().Get());
     if (!m_site) return E_FAIL;
+    // A copy of its own for every call: the container may take the site away inside.
     const ForeignPtr<IOleInPlaceSite> site = m_site;
     const HRESULT asked = CallForeign([&] { return site->CanInPlaceActivate(); });
     if (asked != S_OK) {
@@ -21,6 +22,7 @@ HRESULT InPlaceActivation::Activate()
         m_site.Reset();
         return told;
     }
+    // From here on the container counts the control as active, and must be told when it does not stay so.
     m_active = true;
     HRESULT placed = E_FAIL;
     try {
@@ -65,6 +67,7 @@ void InPlaceActivation::GiveUp()
 {
     if (!m_active) return;
     m_active = false;
+    // Out of the container's window before the container hears of it, which may destroy that window then.
     m_control.Window().MoveOut();
     m_frame.Reset();
     m_document.Reset();
@@ -98,6 +101,7 @@ HRESULT InPlaceActivation::ActivateUi()
     return S_OK;
 }
 
+// On the way out nobody can refuse or fail any more, so faults of the container are dropped.
 HRESULT InPlaceActivation::DeactivateUi()
 {
     if (!m_uiActive) return S_OK;

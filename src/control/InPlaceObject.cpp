@@ -5,6 +5,7 @@
 namespace kzr {
 namespace {
 
+// The window is there before and after it stands in the container, too.
 HRESULT WindowFor(CUSBKeyPnPActiveXCtrl& control, HWND* window) noexcept
 {
     if (!window) return E_POINTER;
@@ -30,6 +31,7 @@ STDMETHODIMP InPlaceObject::SetObjectRects(LPCRECT position, LPCRECT clip)
 {
     if (!position) return E_POINTER;
     return m_control.Guard([&] {
+        // A late call, after the deactivation, must not move the message-only window.
         if (m_control.InPlace().IsActive()) m_control.Window().Place(*position, clip ? *clip : *position);
         return S_OK;
     });

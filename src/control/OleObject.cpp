@@ -16,6 +16,7 @@ namespace {
 
 constexpr wchar_t kPropertiesVerb[] = L"\x5C5E\x6027(&P)...";  // "Properties"
 
+// The caller frees it with the task allocator.
 HRESULT CopyForCaller(const wchar_t* text, LPOLESTR& copy) noexcept
 {
     const std::size_t bytes = (std::wcslen(text) + 1) * sizeof(wchar_t);
@@ -64,6 +65,7 @@ STDMETHODIMP OleObject::Close(DWORD saveOption)
         // Nobody could say what there is to be asked about, so asking means saving here.
         if (saveOption != OLECLOSE_NOSAVE && m_control.IsDirty() && site)
             CallForeign([&] { return site->SaveObject(); });
+        // The window stays, message-only: the container may load the control again.
         m_control.InPlace().Deactivate();
         SendClosed();
         return S_OK;

@@ -67,6 +67,7 @@ HRESULT ReadNumber(IPropertyBag* bag, IErrorLog* errors, const wchar_t* name, st
     return result;
 }
 
+// Four-byte integers, which every bag can write down.
 HRESULT WriteNumber(IPropertyBag* bag, const wchar_t* name, std::int32_t number)
 {
     Variant value = Variant::OfLong(number);
@@ -141,6 +142,7 @@ STDMETHODIMP PersistStorage::Save(LPSTORAGE storage, BOOL sameAsLoad)
         });
         const auto stream = ForeignPtr<IStream>::Adopt(made);
         if (SUCCEEDED(result)) result = WriteState(m_control, stream.Get());
+        // A copy for somebody else leaves the control as unsaved as it was.
         m_savedIntoOwn = SUCCEEDED(result) && sameAsLoad;
         return result;
     });
@@ -167,6 +169,7 @@ STDMETHODIMP PersistPropertyBag::Load(IPropertyBag* bag, IErrorLog* errors)
 {
     if (!bag) return E_POINTER;
     return m_control.Guard([&] {
+        // All four before any of them counts: a bag that fails half-way changes nothing.
         PersistentState state = StateOf(m_control.Extent());
         HRESULT result = ReadNumber(bag, errors, L"_Version", state.version);
         if (SUCCEEDED(result)) result = ReadNumber(bag, errors, L"_ExtentX", state.extentX);
@@ -198,6 +201,7 @@ STDMETHODIMP PersistMemory::Load(LPVOID memory, ULONG size)
     if (!memory) return E_POINTER;
     if (size < sizeof(PersistentState)) return E_FAIL;
     return m_control.Guard([&] {
+        // The caller's memory may be aligned anyhow.
         PersistentState state;
         std::memcpy(&state, memory, sizeof(state));
         return TakeState(m_control, state);

@@ -21,6 +21,7 @@ STDMETHODIMP QuickActivation::QuickActivate(QACONTAINER* container, QACONTROL* c
             m_control.View()->SetAdvise(DVASPECT_CONTENT, 0, container->pAdviseSink);
         }
         ConnectionPointContainer& points = *m_control.ConnectionPoints();
+        // The site came first, so the window is there before the first sink.
         HRESULT result = S_OK;
         if (container->pUnkEventSink)
             result = points.Events().Advise(container->pUnkEventSink, &control->dwEventCookie);

@@ -29,6 +29,7 @@ CUSBKeyPnPActiveXCtrl::CUSBKeyPnPActiveXCtrl(IUnknown* outer)
 CUSBKeyPnPActiveXCtrl::~CUSBKeyPnPActiveXCtrl()
 {
     KZR_TRACE("CUSBKeyPnPActiveXCtrl::~CUSBKeyPnPActiveXCtrl starting....");
+    // The window first: its last messages still find a whole control.
     m_window.Destroy();
     if (m_backend) {
         CAxKzrApp::Release();
@@ -77,12 +78,15 @@ void CUSBKeyPnPActiveXCtrl::SetClientSite(ForeignPtr<IOleClientSite> site)
     if (m_clientSite) m_window.Ensure();
 }
 
+// Containers follow the focus to know whose keys and default buttons count.
 void CUSBKeyPnPActiveXCtrl::TellFocus(bool got)
 {
     const auto site = QueryForeign<IOleControlSite>(m_clientSite.Get());
     if (site) CallForeign([&] { return site->OnFocus(got); });
 }
 
+// Whatever is missing fails the creation of the window, and with it the calls that wanted one; the next call
+// tries again. The list of users is only to prime the cache, so its failure is none here.
 LRESULT CUSBKeyPnPActiveXCtrl::OnCreate(HWND window, WPARAM wide, LPARAM creation)
 {
     KZR_TRACE("CUSBKeyPnPActiveXCtrl: OnCreate starting...");
@@ -108,6 +112,7 @@ LRESULT CUSBKeyPnPActiveXCtrl::OnCreate(HWND window, WPARAM wide, LPARAM creatio
     return 0;
 }
 
+// Nothing is refreshed here: the page reads the lists anew, and that refreshes the cache.
 void CUSBKeyPnPActiveXCtrl::OnDeviceChange()
 {
     KZR_TRACE("CUSBKeyPnPActiveXCtrl: OnDeviceChange starting...");
@@ -136,6 +141,7 @@ void CUSBKeyPnPActiveXCtrl::FreezeEvents(bool freeze)
     }
 }
 
+// The container moves the window by itself; who draws or keeps a picture is told.
 bool CUSBKeyPnPActiveXCtrl::SetExtent(const SIZEL& extent)
 {
     if (!IsPossibleExtent(extent.cx, extent.cy)) return false;

@@ -81,6 +81,7 @@ class CUSBKeyPnPActiveXCtrl final : public AggregatableObject {
     ~CUSBKeyPnPActiveXCtrl() override;
     HRESULT FindInterface(REFIID iid, void** object) noexcept override;
 
+    // The shapes of a method, each with its texts' call sites in the method.
     // A method's first steps; false when the control has no backend or no cache.
     bool Begin(const LogText& start, const LogText& notInitialized) const;
     void Unsupported(const LogText& start, const LogText& notice) const;
@@ -101,6 +102,7 @@ class CUSBKeyPnPActiveXCtrl final : public AggregatableObject {
     ULONG m_freezes = 0;
     ULONG m_heldEvents = 0;
 
+    // The parts. Interface pointers point into them, so they live exactly as long as the control.
     ControlWindow m_window{*this};
     InPlaceActivation m_inPlace{*this};
     ControlDispatch m_dispatch{*this};

@@ -5,6 +5,7 @@
 
 namespace kzr {
 
+// Bounds in the context's own units, whichever those are; the shape needs no others.
 STDMETHODIMP ViewObject::Draw(DWORD aspect, LONG, void*, DVTARGETDEVICE*, HDC, HDC draw, LPCRECTL bounds,
                               LPCRECTL, BOOL(STDMETHODCALLTYPE*)(ULONG_PTR), ULONG_PTR)
 {
@@ -46,6 +47,7 @@ void ViewObject::SendChanged()
 {
     const ForeignPtr<IAdviseSink> sink = m_sink;
     if (!sink) return;
+    // Off before the call, which may come back with another sink.
     if (m_flags & ADVF_ONLYONCE) m_sink.Reset();
     CallForeignQuietly(
         [&] {
