@@ -323,6 +323,41 @@ TEST_F(BackendInstance, HoldersOfManyThreadsAreCountedOneByOne)
     EXPECT_EQ(1, backend->ControlsMade());
 }
 
+TEST_F(BackendInstance, TheLockIsHeldWhileItIsMadeAndWhileItEnds)
+{
+    int held = 0;
+    for (const Step step :
+         {Step::CreateInstance, Step::SetUserConfig, Step::Advise, Step::Unadvise, Step::LastRelease})
+        backend->At(step).Runs([&] { held += BackendLock().MyDepth(); });
+    Loaded();
+    CAxKzrApp::Release();
+    EXPECT_EQ(5, held);
+}
+
+TEST_F(BackendInstance, TheFirstLineIsWrittenBeforeTheLockIsTaken)
+{
+    Loaded();
+    const struct {
+        DWORD (*work)(void*);
+        LogStep first, last;
+    } rows[] = {{[](void*) -> DWORD { return CAxKzrApp::Instance() ? 0 : 1; }, kStarting, Counted(2)},
+                {[](void*) -> DWORD { return CAxKzrApp::Release(), 0; }, kReleaseStarting, Left(1)}};
+    for (const auto& row : rows) {
+        HANDLE thread = nullptr;
+        {
+            const LockGuard held = BackendLock().lock();
+            thread = CreateThread(nullptr, 0, row.work, nullptr, 0, nullptr);
+            // It has all the time it wants, and waits.
+            EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), WaitForSingleObject(thread, 300));
+            ExpectLines({row.first});
+        }
+        EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(thread, 10000));
+        CloseHandle(thread);
+        ExpectLines({row.last});
+    }
+    CAxKzrApp::Release();
+}
+
 // Re-entrancy: what the backend lets in on this thread while it works for us.
 
 TEST_F(BackendInstance, AHolderThatComesInWhileItLoadsSharesIt)
