@@ -55,7 +55,7 @@ class Bench:
         command = [str(argument) for argument in arguments]
         if wine_locale:
             self.wine_used = True
-            # Half an hour off every usual zone, so that local and universal time can be told apart.
+            # Not universal time, from which a build machine's local time could not be told apart.
             env["TZ"] = "KZR-5:30"
             wine = [str(ROOT / "script/wine"), "--build", str(self.build), "--locale", wine_locale]
             command = wine + command
