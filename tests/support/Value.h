@@ -67,7 +67,7 @@ Value Object(IDispatch* object);
 Value ByRef(const Value& target);      // VT_BYREF of the target's type
 Value ByVariant(const Value& target);  // VT_BYREF | VT_VARIANT, as VBScript passes its variables
 
-// Printable ASCII as it stands, everything else as \uXXXX.
+// Printable ASCII as it stands, everything else by its number.
 std::string Readable(std::wstring_view text);
 std::string Describe(const Value& value);
 std::string Describe(const Values& values);
