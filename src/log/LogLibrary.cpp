@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "com/Handles.h"
 #include "com/ModulePath.h"
 #include "fault/Frames.h"
 
@@ -29,29 +30,28 @@ Entry Find(HMODULE library, const char* name)
 }
 
 // The loader shows a message box for a damaged file unless the thread says that it wants none.
-HMODULE LoadSilently(const char* path)
+UniqueModule LoadSilently(const char* path)
 {
     DWORD before = 0;
     SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &before);
-    const HMODULE library = LoadLibraryA(path);
+    UniqueModule library(LoadLibraryA(path));
     SetThreadErrorMode(before, nullptr);
     return library;
 }
 
 void LoadFrom(const char* path)
 {
-    const HMODULE library = LoadSilently(path);
+    UniqueModule library = LoadSilently(path);
     if (!library) return;
 
-    const auto initialize = Find<InitializeEntry>(library, "LogInitializeA");
-    const auto output = Find<OutputEntry>(library, "LogOutputA");
+    const auto initialize = Find<InitializeEntry>(library.Get(), "LogInitializeA");
+    const auto output = Find<OutputEntry>(library.Get(), "LogOutputA");
     // Never called, but a library without them is not the one that is meant.
-    const bool complete = GetProcAddress(library, "LogOutputW") && GetProcAddress(library, "LogTerminateA");
-    if (!initialize || !output || !complete) {
-        FreeLibrary(library);
-        return;
-    }
-    g_library = library;
+    const bool complete =
+        GetProcAddress(library.Get(), "LogOutputW") && GetProcAddress(library.Get(), "LogTerminateA");
+    if (!initialize || !output || !complete) return;
+
+    g_library = library.Detach();
     g_initialize = initialize;
     g_output = output;
 }
