@@ -13,7 +13,6 @@ constinit TypeInfo g_typeInfo(IID_ICrypto);
 constexpr ClassFacts kFacts{"CCrypto", kLogSource, IID_ICrypto, g_typeInfo};
 
 // The backend's codes for the algorithms that the old methods stand for.
-constexpr long kStringAndFileMethod = 4097;
 constexpr long kOldDataMethod = 2049;
 constexpr long kDataMethod = 4098;
 constexpr short kKeyDigest = 8;

@@ -58,6 +58,9 @@ class CCrypto final : public AnsweringObject<ICrypto> {
                               BSTR sContainerName, short* retVal) override;
 
   private:
+    // The backend's code for the algorithm that EncStr, DecStr and the two file methods stand for.
+    static constexpr long kStringAndFileMethod = 4097;
+
     // The texts and names of one way of working with a switched symmetric algorithm.
     struct FileCipher;
     struct DataCipher;

@@ -10,8 +10,6 @@ namespace {
 
 constexpr char kLogSource[] = "Crypto";
 
-constexpr long kFileMethod = 4097;
-
 }  // namespace
 
 struct CCrypto::FileCipher {
@@ -81,7 +79,7 @@ void CCrypto::CryptFile(const FileCipher& cipher, BSTR key, BSTR from, BSTR to, 
 {
     long saved = 0;
     if (!Begin(cipher.start, cipher.notInitialized) ||
-        !SwitchMethod(kFileMethod, saved, cipher.getFailure, cipher.setFailure))
+        !SwitchMethod(kStringAndFileMethod, saved, cipher.getFailure, cipher.setFailure))
         return Put(retVal, -1);
 
     Variant ignored;
