@@ -47,6 +47,8 @@ kzr_test_program(unit ROOMS fault com log backend cache)
 # Of the objects only the portable part: the rest is tested through the DLL.
 target_sources(kzr_unit_tests PRIVATE ${PROJECT_SOURCE_DIR}/src/objects/Validity.cpp)
 kzr_test_program(component)
+# Hostile callers, backends and moments; tests/support/Rounds.h tells how to have more of them.
+kzr_test_program(hardening)
 # Objects that no client can hold.
 kzr_test_program(objects ROOMS fault com log backend cache frame objects control)
 kzr_test_program(registration ROOMS fault)

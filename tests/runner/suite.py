@@ -15,9 +15,9 @@ from process import ROOT, Bench
 from results import Run, Tally
 
 # Fewer than these are a broken build, not a smaller test run.
-EXPECTED_WINDOWS = ("unit", "objects", "component", "registration", "control")
+EXPECTED_WINDOWS = ("unit", "objects", "component", "hardening", "registration", "control")
 # Those that look at the DLL they are given; the others test this source tree.
-EXPECTED_OF_DLL = ("component", "registration", "control")
+EXPECTED_OF_DLL = ("component", "hardening", "registration", "control")
 EXPECTED_NATIVE = ("native",)
 
 

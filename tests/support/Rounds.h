@@ -1,0 +1,16 @@
+// How often a hardening test does its work: the usual count, or as the environment asks.
+//
+//     KZR_ROUNDS=full    the whole count, minutes instead of seconds
+//     KZR_ROUNDS=tenth   a tenth of the usual one, for builds that are slow by design
+#pragma once
+
+namespace kzr::test {
+
+// Never less than 1; an unknown word ends the program, since a run that does less than it was asked for
+// passes for more than it is.
+int Rounds(int usual, int full);
+
+// KZR_SEED, or one of the moment; printed, so that a run can be repeated.
+unsigned Seed();
+
+}  // namespace kzr::test
