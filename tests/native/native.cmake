@@ -1,8 +1,6 @@
 # The portable core on the build machine: the same sources and the same tests as in the Windows programs.
 #   KZR_SANITIZE  address and undefined-behaviour sanitizers (gcc or clang)
 #   KZR_FUZZ      coverage-guided fuzzers, built with clang only; run as kzr_fuzz_user_list, kzr_fuzz_validity
-option(KZR_SANITIZE "Build the native tests with ASan and UBSan" OFF)
-option(KZR_FUZZ "Build the libFuzzer programs (clang)" OFF)
 
 enable_testing()
 set(portable_sources

@@ -1,0 +1,20 @@
+// Raw signatures: SM2 with SM3 (DER of r and s) or RSA with SHA-256 (PKCS#1 v1.5), and public-key encryption.
+#pragma once
+
+#include "crypto/Keys.h"
+
+namespace kzr::softkey {
+
+Bytes Sign(EVP_PKEY* key, View data);
+Bytes SignFile(EVP_PKEY* key, const std::string& path);
+
+// False for a signature that does not fit, however malformed it is.
+bool Verify(EVP_PKEY* publicKey, View data, View signature);
+bool VerifyFile(EVP_PKEY* publicKey, const std::string& path, View signature);
+
+// SM2 (DER form), or RSA-OAEP with SHA-256. Throws Failure(BadArgument) for data that is too long for RSA.
+Bytes PublicEncrypt(EVP_PKEY* publicKey, View data);
+// Throws Failure(BadData) for what was not encrypted for this key.
+Secret PrivateDecrypt(EVP_PKEY* key, View data);
+
+}  // namespace kzr::softkey
