@@ -1,5 +1,5 @@
 // Where a line goes: the external library, the file, or standard output. One open, one write and one close a
-// line.
+// line, and one thread's line after the other's.
 #include "log/Log.h"
 
 #include <windows.h>
@@ -38,6 +38,38 @@ class LastErrorKeeper {
     DWORD m_error;
 };
 
+// Where two handles append at once, some systems let one line overwrite the other; so the threads take turns.
+// No thread waits for long: one that was ended in the middle of its line never gives the turn back, and the
+// log must not be what its host hangs on.
+std::atomic_flag g_turn = ATOMIC_FLAG_INIT;
+std::atomic<bool> g_turnIsLost{false};
+
+class Turn {
+  public:
+    Turn() noexcept : m_mine(Take() || Wait()) { g_turnIsLost = !m_mine; }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    ~Turn()
+    {
+        if (m_mine) g_turn.clear(std::memory_order_release);
+    }
+
+  private:
+    static bool Take() noexcept { return !g_turn.test_and_set(std::memory_order_acquire); }
+    static bool Wait() noexcept
+    {
+        constexpr ULONGLONG kLongestWait = 1000;
+        const ULONGLONG start = GetTickCount64();
+        while (!g_turnIsLost && GetTickCount64() - start < kLongestWait) {
+            if (!SwitchToThread()) Sleep(1);
+            if (Take()) return true;
+        }
+        return false;
+    }
+
+    const bool m_mine;
+};
+
 bool AppendToFile(const char* text, std::size_t length)
 {
     if (!g_hasPath) return false;
@@ -62,6 +94,7 @@ void WriteToStandardOutput(const char* text, std::size_t length)
 {
     char text[kTextModeCapacity];
     const std::size_t length = ToTextMode(text, BuildLine(text, facts, format, arguments));
+    const Turn turn;
     if (!AppendToFile(text, length)) WriteToStandardOutput(text, length);
 }
 

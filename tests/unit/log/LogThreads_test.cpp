@@ -1,0 +1,126 @@
+// Many threads that write at once: every line stays whole, and next to none is lost.
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <cstdio>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "log/Log.h"
+#include "support/LogReader.h"
+#include "support/Rounds.h"
+#include "support/TempFolder.h"
+
+namespace kzr {
+namespace {
+
+constexpr int kThreads = 8;
+
+struct Written {
+    std::size_t wanted = 0;
+    std::size_t whole = 0;
+    std::size_t torn = 0;
+};
+
+// Each line has a length of its own, so that one written over another leaves a rest behind.
+std::string MessageOf(int thread, int line)
+{
+    char start[64];
+    snprintf(start, sizeof(start), "thread %d line %06d ", thread, line);
+    return start + std::string(static_cast<std::size_t>((thread * 37 + line * 11) % 300), 'x') + " end";
+}
+
+Written WriteFromThreads(const std::wstring& path, int lines)
+{
+    SetLogLevelAndPath("trace", test::ToNarrow(path).c_str());
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kThreads; ++thread)
+        threads.emplace_back([thread, lines] {
+            for (int i = 0; i < lines; ++i) WriteLog("S", 1, 8, 0, "%s", MessageOf(thread, i).c_str());
+        });
+    for (std::thread& thread : threads) thread.join();
+    SetLogLevelAndPath("trace", "");
+
+    std::set<std::string> expected;
+    for (int thread = 0; thread < kThreads; ++thread)
+        for (int i = 0; i < lines; ++i) expected.insert(MessageOf(thread, i));
+    Written written{expected.size()};
+    for (const test::LogRecord& record : test::ParseLog(test::ReadWholeFile(path)))
+        ++(expected.erase(record.message) ? written.whole : written.torn);
+    return written;
+}
+
+TEST(LogOfManyThreads, TearsNoLineAndLosesAtMostOneInAThousand)
+{
+    const test::TempFolder folder;
+    const Written written = WriteFromThreads(folder / L"log.txt", test::Rounds(1000, 10000));
+    std::printf("%zu lines: %zu whole, %zu torn\n", written.wanted, written.whole, written.torn);
+    EXPECT_EQ(0u, written.torn);
+    EXPECT_LE(written.wanted - written.whole, written.wanted / 1000);
+}
+
+// A pipe as standard output that nobody reads: whoever writes more than it holds stays in the middle of a
+// line.
+class FullOutput {
+  public:
+    FullOutput() : m_before(GetStdHandle(STD_OUTPUT_HANDLE))
+    {
+        EXPECT_TRUE(CreatePipe(&m_reading, &m_writing, nullptr, 4096));
+        SetStdHandle(STD_OUTPUT_HANDLE, m_writing);
+    }
+    FullOutput(const FullOutput&) = delete;
+    FullOutput& operator=(const FullOutput&) = delete;
+    ~FullOutput() { CloseHandle(m_reading); }
+
+    void PutBackTheOther() { SetStdHandle(STD_OUTPUT_HANDLE, m_before); }
+    // Reads until the writer's end is closed.
+    std::size_t Drain()
+    {
+        std::size_t bytes = 0;
+        char buffer[4096];
+        DWORD read = 0;
+        while (ReadFile(m_reading, buffer, sizeof(buffer), &read, nullptr) && read > 0) bytes += read;
+        return bytes;
+    }
+    void CloseWriter() { CloseHandle(m_writing); }
+
+  private:
+    HANDLE m_before;
+    HANDLE m_reading = nullptr;
+    HANDLE m_writing = nullptr;
+};
+
+TEST(LogOfManyThreads, ALineThatNeverEndsHoldsTheOthersUpOnceAndNotForLong)
+{
+    const test::TempFolder folder;
+    SetLogLevelAndPath("trace", "");
+    FullOutput output;
+    constexpr int kStuckLines = 100;
+    std::thread stuck([&] {
+        for (int i = 0; i < kStuckLines; ++i) WriteLog("S", 1, 8, 0, "%s", std::string(30000, 'x').c_str());
+        output.CloseWriter();
+    });
+    Sleep(300);
+    output.PutBackTheOther();
+    SetLogLevelAndPath("trace", test::ToNarrow(folder / L"log.txt").c_str());
+
+    const ULONGLONG start = GetTickCount64();
+    WriteLog("S", 1, 8, 0, "first");
+    const ULONGLONG afterOne = GetTickCount64();
+    for (int i = 0; i < 100; ++i) WriteLog("S", 1, 8, 0, "one of a hundred");
+    const ULONGLONG afterAll = GetTickCount64();
+    EXPECT_GE(afterOne - start, 500u) << "nothing was stuck";
+    EXPECT_LE(afterOne - start, 5000u);
+    EXPECT_LE(afterAll - afterOne, 900u);
+    EXPECT_EQ(101u, test::ParseLog(test::ReadWholeFile(folder / L"log.txt")).size());
+
+    EXPECT_GT(output.Drain(), 30000u);
+    stuck.join();
+    SetLogLevelAndPath("trace", "");
+}
+
+}  // namespace
+}  // namespace kzr
