@@ -27,6 +27,20 @@ foreach(fake Whole Faulting LogInitializeA LogOutputA LogOutputW LogTerminateA)
 endforeach()
 target_compile_definitions(kzr_fake_Faulting PRIVATE FAULTS)
 
+# Counts lines instead of keeping them.
+add_library(kzr_fake_Counting SHARED fakes/log/CountingLogLibrary.cpp)
+# A component with every bug that the hardening tests look for.
+add_library(kzr_fake_PlantedBugs SHARED fakes/planted/PlantedBugs.cpp $<TARGET_OBJECTS:kzr_fault>)
+target_link_libraries(kzr_fake_PlantedBugs PRIVATE oleaut32)
+target_include_directories(kzr_fake_PlantedBugs PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+foreach(fake Counting PlantedBugs)
+  target_link_libraries(kzr_fake_${fake} PRIVATE kzr_flags)
+  set_target_properties(kzr_fake_${fake} PROPERTIES PREFIX "" OUTPUT_NAME ${fake}
+    RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests/fakes
+    ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/fakes)
+  add_dependencies(kzr_fakes kzr_fake_${fake})
+endforeach()
+
 function(kzr_test_program name)
   cmake_parse_arguments(arg "" "" "ROOMS" ${ARGN})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${name}/*.cpp)
@@ -49,6 +63,11 @@ target_sources(kzr_unit_tests PRIVATE ${PROJECT_SOURCE_DIR}/src/objects/Validity
 kzr_test_program(component)
 # Hostile callers, backends and moments; tests/support/Rounds.h tells how to have more of them.
 kzr_test_program(hardening)
+if(TARGET kzr_hardening_tests)
+  # The table of all methods, and the container and the event sink of the control's tests.
+  target_sources(kzr_hardening_tests PRIVATE
+    ${PROJECT_SOURCE_DIR}/tests/component/TypeInfoTable.cpp ${PROJECT_SOURCE_DIR}/tests/control/Container.cpp)
+endif()
 # Objects that no client can hold.
 kzr_test_program(objects ROOMS fault com log backend cache frame objects control)
 kzr_test_program(registration ROOMS fault)

@@ -1,0 +1,37 @@
+// What the process holds at a moment, of every kind that can leak, and how it grows while something is done
+// many times.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+
+#include "support/ChildProcess.h"
+#include "support/Resources.h"
+
+namespace kzr::test {
+
+struct Holdings {
+    ResourceCount resources;
+    long texts = 0;    // of the platform's task memory, where BSTRs live
+    long windows = 0;  // of this process, message-only ones too
+};
+
+// From the first count on, the platform's task memory is watched.
+Holdings CountHoldings();
+
+// What is more afterwards, as text; "" when nothing has grown. `times`: how often something was done in
+// between. Less than a heap block for every hundred times is the platform's noise; of everything else none
+// may be left.
+std::string GrowthBetween(const Holdings& before, const Holdings& after, long times);
+
+// Does it `warmUp` times, counts, does it `times` times, counts.
+std::string GrowthOf(long warmUp, long times, const std::function<void()>& step);
+
+std::string Describe(const Holdings& holdings);
+
+// A child (see ChildProcess.h) whose freed texts are really freed: the platform keeps some for later
+// otherwise.
+ChildResult RunWithoutTextCache(const char* part, DWORD milliseconds);
+
+}  // namespace kzr::test
