@@ -49,7 +49,8 @@ def run_checks(bench, tally, options):
     if not options.foreign_dll:
         imports += ["--symbols", bench.dll.with_suffix(".debug")]
     table = {"imports": imports, "imports self-test": [*python, ROOT / "tests/imports/check", "--self-test"],
-             "pascal": [ROOT / "tests/pascal/check", bench.build]}
+             "pascal": [ROOT / "tests/pascal/check", bench.build],
+             "samples": [*python, ROOT / "tests/samples/check", bench.build]}
     if not options.foreign_dll:
         table["includes"] = [*python, ROOT / "tests/check_includes"]
         table["includes self-test"] = [*python, ROOT / "tests/check_includes", "--self-test"]
