@@ -23,6 +23,32 @@ add_executable(kzr_native_tests ${portable_sources} ${portable_tests})
 target_link_libraries(kzr_native_tests PRIVATE kzr_native_flags gtest_main)
 add_test(NAME kzr_native_tests COMMAND kzr_native_tests)
 
+# The rooms that threads share, over the locks of the build machine, under the thread sanitizer. It cannot be had
+# together with the others, so these programs have flags of their own.
+if(KZR_SANITIZE)
+  set(listener_list ${PROJECT_SOURCE_DIR}/src/backend/KzrAppEventSink.cpp ${PROJECT_SOURCE_DIR}/src/com/ModuleCount.cpp
+    native/threads/Listeners_test.cpp native/shim/Shim.cpp support/Rounds.cpp)
+  set(shared_rooms
+    ${PROJECT_SOURCE_DIR}/src/backend/AxKzrApp.cpp ${PROJECT_SOURCE_DIR}/src/backend/InvokeMethod.cpp
+    ${PROJECT_SOURCE_DIR}/src/backend/KzrControlSite.cpp
+    ${PROJECT_SOURCE_DIR}/src/cache/CacheManager.cpp ${PROJECT_SOURCE_DIR}/src/cache/UserTable.cpp
+    ${PROJECT_SOURCE_DIR}/src/com/Lock.cpp ${PROJECT_SOURCE_DIR}/src/com/Variant.cpp
+    native/threads/FakeBackend.cpp native/threads/Races_test.cpp)
+  function(kzr_thread_program name)
+    add_executable(${name} ${ARGN})
+    target_link_libraries(${name} PRIVATE kzr_flags gtest_main)
+    target_include_directories(${name} BEFORE PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/native/shim ${CMAKE_CURRENT_SOURCE_DIR})
+    target_compile_options(${name} PRIVATE -fsanitize=thread -O1
+      # With the check of the lock order.
+      -UNDEBUG)
+    target_link_options(${name} PRIVATE -fsanitize=thread)
+  endfunction()
+  kzr_thread_program(kzr_native_threads_tests ${shared_rooms} ${listener_list})
+  kzr_thread_program(kzr_planted_listeners ${listener_list})
+  target_compile_definitions(kzr_planted_listeners PRIVATE KZR_PLAIN_ATOMICS)
+  add_dependencies(kzr_native_threads_tests kzr_planted_listeners)
+endif()
+
 if(KZR_FUZZ)
   if(NOT CMAKE_CXX_COMPILER_ID MATCHES Clang)
     message(FATAL_ERROR "KZR_FUZZ needs clang: -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++")
