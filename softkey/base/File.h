@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "base/Bytes.h"
 
@@ -14,6 +15,10 @@ Bytes ReadWholeFile(const std::string& path, std::size_t limit = std::size_t{1} 
 
 // As above, without a value when there is no such file.
 std::optional<Bytes> ReadFileIfThere(const std::string& path, std::size_t limit = std::size_t{1} << 30);
+
+// What the name of a temporary file ends with. Whoever owns a folder may remove such files when nobody writes
+// there: a crash left them.
+inline constexpr std::string_view kTemporaryEnding = ".kzrtmp";
 
 // Writes to a temporary file in the same folder, flushes it to the disk and renames it onto `path`. After a
 // crash at any moment `path` holds the old content or the new one. Throws Failure(File).
