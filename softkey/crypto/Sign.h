@@ -12,7 +12,11 @@ Bytes SignFile(EVP_PKEY* key, const std::string& path);
 bool Verify(EVP_PKEY* publicKey, View data, View signature);
 bool VerifyFile(EVP_PKEY* publicKey, const std::string& path, View signature);
 
-// SM2 (DER form), or RSA-OAEP with SHA-256. Throws Failure(BadArgument) for data that is too long for RSA.
+// As Verify, for signatures of others: with the digest that the signer named ("SM3", "SHA384").
+bool VerifyWithDigest(EVP_PKEY* publicKey, const char* digest, View data, View signature);
+
+// SM2 (DER form), or RSA-OAEP with SHA-256. Throws Failure(BadArgument) for no data and
+// for data that is too long for RSA.
 Bytes PublicEncrypt(EVP_PKEY* publicKey, View data);
 // Throws Failure(BadData) for what was not encrypted for this key.
 Secret PrivateDecrypt(EVP_PKEY* key, View data);
