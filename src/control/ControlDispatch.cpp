@@ -107,6 +107,7 @@ UINT PlaceOf(UINT position, const DISPPARAMS& parameters) noexcept
 HRESULT TakeArguments(const MethodEntry& method, const DISPPARAMS& parameters, Variant* arguments,
                       UINT* argumentError)
 {
+    if (!HasItsArrays(parameters)) return E_INVALIDARG;
     if (parameters.cArgs != method.parameterCount || parameters.cNamedArgs > parameters.cArgs)
         return DISP_E_BADPARAMCOUNT;
     for (UINT i = 0; i < method.parameterCount; ++i) {

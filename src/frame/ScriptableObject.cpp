@@ -135,6 +135,10 @@ HRESULT ScriptableBase::GuardedInvoke(DISPID id, LCID locale, WORD flags, DISPPA
         ComPtr<ITypeInfo> info;
         answer = m_facts.typeInfo.Get(locale, info);
         if (FAILED(answer)) return;
+        if (parameters && !HasItsArrays(*parameters)) {
+            answer = E_INVALIDARG;
+            return;
+        }
         answer = info->Invoke(Dual(), id, flags, parameters, result, exception, argumentError);
     });
     if (finished) return answer;

@@ -10,6 +10,14 @@
 
 namespace kzr {
 
+// A call's list that claims arguments or names and brings no array of them is turned away by this, not by a
+// fault in the middle of the call.
+inline bool HasItsArrays(const DISPPARAMS& parameters) noexcept
+{
+    return (parameters.cArgs == 0 || parameters.rgvarg) &&
+           (parameters.cNamedArgs == 0 || parameters.rgdispidNamedArgs);
+}
+
 class TypeInfo {
   public:
     constexpr explicit TypeInfo(const IID& iid) noexcept : m_iid(iid) {}
