@@ -35,9 +35,9 @@ report_end() {
 
 known_preset() {
     case $1 in
-        release | debug | ubsan | native) return 0 ;;
+        release | debug | ubsan | native | native-sanitize) return 0 ;;
     esac
-    complain "there is no preset '$1'; choose release, debug, ubsan or native"
+    complain "there is no preset '$1'; choose release, debug, ubsan, native or native-sanitize"
     return 1
 }
 

@@ -3,6 +3,7 @@
 #include "backend/ResultText.h"
 #include "com/Text.h"
 #include "control/AboutBox.h"
+#include "control/SerialNumbers.h"
 #include "control/USBKeyPnPActiveXCtrl.h"
 #include "frame/CertificateCount.h"
 #include "frame/UserListRefresh.h"
@@ -140,14 +141,10 @@ Bstr CUSBKeyPnPActiveXCtrl::GetUSBKeyList()
         KZR_ERROR(called, "CUSBKeyPnPActiveXCtrl: GetUSBKeyList call GetAllDeviceSN return NULL!");
         return Bstr(L"");
     }
-    // Each serial number ends in ";". A last one that does not is a serial number all the same.
     const std::wstring numbers = ResultToText(answer);
     std::wstring list;
-    for (std::size_t start = 0; start < numbers.size();) {
-        const std::size_t end = std::min(numbers.find(L';', start), numbers.size());
-        list += KeyItem(numbers.substr(start, end - start));
-        start = end + 1;
-    }
+    for (std::wstring_view rest = numbers; !rest.empty();)
+        list += KeyItem(std::wstring(TakeSerialNumber(rest)));
     KZR_TRACE("CUSBKeyPnPActiveXCtrl: GetUSBKeyList return Data(%s)...", BstrToString(list).c_str());
     return Bstr(list);
 }

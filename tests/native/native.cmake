@@ -1,6 +1,6 @@
 # The portable core on the build machine: the same sources and the same tests as in the Windows programs.
 #   KZR_SANITIZE  address and undefined-behaviour sanitizers (gcc or clang)
-#   KZR_FUZZ      coverage-guided fuzzers, built with clang only; run as kzr_fuzz_user_list, kzr_fuzz_validity
+#   KZR_FUZZ      coverage-guided fuzzers, built with clang only; tests/native/fuzz runs them
 
 enable_testing()
 set(portable_sources
@@ -53,10 +53,19 @@ if(KZR_FUZZ)
   if(NOT CMAKE_CXX_COMPILER_ID MATCHES Clang)
     message(FATAL_ERROR "KZR_FUZZ needs clang: -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++")
   endif()
-  foreach(name user_list validity)
-    add_executable(kzr_fuzz_${name} ${portable_sources} native/fuzz_${name}.cpp)
+  function(kzr_fuzzer name)
+    add_executable(kzr_fuzz_${name} native/fuzz_${name}.cpp ${ARGN})
     target_link_libraries(kzr_fuzz_${name} PRIVATE kzr_native_flags)
     target_compile_options(kzr_fuzz_${name} PRIVATE ${sanitize} -fsanitize=fuzzer)
     target_link_options(kzr_fuzz_${name} PRIVATE ${sanitize} -fsanitize=fuzzer)
-  endforeach()
+  endfunction()
+  kzr_fuzzer(user_list ${PROJECT_SOURCE_DIR}/src/cache/UserTable.cpp)
+  kzr_fuzzer(identifier ${PROJECT_SOURCE_DIR}/src/cache/UserTable.cpp)
+  kzr_fuzzer(serial_numbers)
+  kzr_fuzzer(validity ${PROJECT_SOURCE_DIR}/src/objects/Validity.cpp)
+  kzr_fuzzer(log_line ${PROJECT_SOURCE_DIR}/src/log/LogLine.cpp native/shim/Formatter.cpp)
+  target_include_directories(kzr_fuzz_log_line BEFORE PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/native/shim)
+  # The format of a line is a literal of ours, two frames above.
+  set_source_files_properties(${PROJECT_SOURCE_DIR}/src/log/LogLine.cpp PROPERTIES COMPILE_OPTIONS -Wno-format-nonliteral)
+  kzr_fuzzer(planted)
 endif()

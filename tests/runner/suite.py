@@ -18,7 +18,7 @@ from results import Run, Tally
 EXPECTED_WINDOWS = ("unit", "objects", "component", "hardening", "registration", "control")
 # Those that look at the DLL they are given; the others test this source tree.
 EXPECTED_OF_DLL = ("component", "hardening", "registration", "control")
-EXPECTED_NATIVE = ("native",)
+EXPECTED_NATIVE = ("native", "native_threads")
 
 
 def label_of(program):
@@ -54,6 +54,7 @@ def run_checks(bench, tally, options):
     if not options.foreign_dll:
         table["includes"] = [*python, ROOT / "tests/check_includes"]
         table["includes self-test"] = [*python, ROOT / "tests/check_includes", "--self-test"]
+        table["fuzz"] = [*python, ROOT / "tests/native/fuzz", "--build", options.native]
         table["runner self-test"] = [*python, ROOT / "tests/runner/selftest.py"]
     chosen = [label for label in table if not options.filter or options.filter in label]
     for label in chosen:
@@ -94,7 +95,7 @@ def main():
     options = parser.parse_args()
     # Programs run in folders of their own, where a relative path means something else.
     options.build = options.build.resolve()
-    options.native = options.native.resolve() if options.native else options.build.parent / "native"
+    options.native = options.native.resolve() if options.native else options.build.parent / "native-sanitize"
     started = time.monotonic()
 
     tally = Tally()

@@ -4,10 +4,8 @@
 #include <sched.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <vector>
 
 #include "com/Text.h"
 #include "fault/Frames.h"
@@ -123,20 +121,6 @@ ULONG_PTR GetClassLongPtrW(HWND, int) { return 1; }
 BOOL PostMessageW(HWND, UINT, ULONG_PTR, ULONG_PTR)
 {
     return __atomic_add_fetch(&g_messages, 1, __ATOMIC_SEQ_CST) > 0;
-}
-
-int _vsnprintf(char* buffer, std::size_t size, const char* format, va_list arguments)
-{
-    va_list again;
-    va_copy(again, arguments);
-    const int length = vsnprintf(nullptr, 0, format, again);
-    va_end(again);
-    if (length < 0) return -1;
-    std::vector<char> whole(static_cast<std::size_t>(length) + 1);
-    vsnprintf(whole.data(), whole.size(), format, arguments);
-    const bool fits = static_cast<std::size_t>(length) <= size;
-    std::memcpy(buffer, whole.data(), fits ? std::min(whole.size(), size) : size);
-    return fits ? length : -1;
 }
 
 BSTR SysAllocString(const wchar_t* text)
