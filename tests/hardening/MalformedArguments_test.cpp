@@ -24,6 +24,25 @@ TEST(Methods, AreNinety)
               counts);
 }
 
+// The place of a method in its interface's table, as the type library gives it.
+unsigned SlotByTypeLibrary(IDispatch* object, DISPID id)
+{
+    ComPtr<ITypeInfo> dispatch, table;
+    HREFTYPE reference = 0;
+    if (FAILED(object->GetTypeInfo(0, 0, dispatch.put())) ||
+        FAILED(dispatch->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference)) ||
+        FAILED(dispatch->GetRefTypeInfo(reference, table.put())))
+        return 0;
+    for (UINT i = 0;; ++i) {
+        FUNCDESC* function = nullptr;
+        if (FAILED(table->GetFuncDesc(i, &function))) return 0;
+        const bool found = function->memid == id;
+        const auto slot = static_cast<unsigned>(function->oVft) / static_cast<unsigned>(sizeof(void*));
+        table->ReleaseFuncDesc(function);
+        if (found) return slot;
+    }
+}
+
 class MalformedArguments : public QuietTest {
   public:
     void SetUp() override
@@ -42,6 +61,15 @@ class MalformedArguments : public QuietTest {
   private:
     std::map<const ScriptedClass*, ComPtr<IDispatch>> m_objects;
 };
+
+TEST_F(MalformedArguments, GoToTheSlotsThatTheTypeLibraryGives)
+{
+    for (const HardenedMethod& each : AllMethods()) {
+        if (!each.isControl) {
+            EXPECT_EQ(SlotByTypeLibrary(ObjectOf(each), each.method->id), each.slot) << each.Name();
+        }
+    }
+}
 
 // A value and the answer that it gets where a text, a short and a long are wanted. `negative`: as a number it
 // is one, which no file can be long; those calls end in the guard, with its line.

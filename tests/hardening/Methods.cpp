@@ -6,12 +6,18 @@ namespace {
 // The most that a method has, with the pointer to its result.
 constexpr std::size_t kMostWords = 6;
 
+// Behind IUnknown's three and IDispatch's four; then in the order of the description.
+constexpr unsigned kFirstSlot = 7;
+
 std::vector<HardenedMethod> Gather()
 {
     std::vector<HardenedMethod> all;
-    for (const ScriptedInterface& each : ScriptedInterfaces())
-        if (each.made)
-            for (const ScriptedMethod& method : each.methods) all.push_back({each.made, &method, !each.dual});
+    for (const ScriptedInterface& each : ScriptedInterfaces()) {
+        if (!each.made) continue;
+        unsigned slot = kFirstSlot;
+        for (const ScriptedMethod& method : each.methods)
+            all.push_back({each.made, &method, !each.dual, slot++});
+    }
     return all;
 }
 

@@ -17,13 +17,12 @@ struct HardenedMethod {
     const ScriptedClass* made;
     const ScriptedMethod* method;
     bool isControl;  // its arguments are converted by the control itself, and it has no table of its own
+    unsigned slot;   // in a dual interface's table
 
     // "CCrypto.signedData"
     std::string Name() const;
     // Opens a dialog and waits for its end.
     bool IsModal() const { return method->id == -552; }
-    // The place in a dual interface's table.
-    unsigned Slot() const { return 6 + static_cast<unsigned>(method->id); }
 };
 
 // 79 of the four objects and 11 of the control.

@@ -51,8 +51,12 @@ const wchar_t* const kMethodsWithTrue[] = {
 const std::wstring& QuietDll()
 {
     static const std::wstring path = [] {
-        std::wstring folder;
-        const std::wstring copy = CopyDllToOwnFolder(folder);
+        wchar_t temp[MAX_PATH] = {};
+        GetTempPathW(MAX_PATH, temp);
+        const std::wstring folder = temp + (L"kzrquiet" + std::to_wstring(GetCurrentProcessId())) + L"\\";
+        CreateDirectoryW(folder.c_str(), nullptr);
+        const std::wstring copy = folder + L"KzrSecX_x64.dll";
+        EXPECT_TRUE(CopyFileW(DllPath().c_str(), copy.c_str(), FALSE)) << "error " << GetLastError();
         PutFakeLogLibrary("Counting", folder);
         return copy;
     }();
