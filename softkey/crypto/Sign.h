@@ -1,4 +1,5 @@
-// Raw signatures: SM2 with SM3 (DER of r and s) or RSA with SHA-256 (PKCS#1 v1.5), and public-key encryption.
+// What is done with a key pair: raw signatures, SM2 with SM3 (DER of r and s) or RSA with SHA-256 (PKCS#1
+// v1.5), and public-key encryption.
 #pragma once
 
 #include "crypto/Keys.h"
@@ -20,5 +21,11 @@ bool VerifyWithDigest(EVP_PKEY* publicKey, const char* digest, View data, View s
 Bytes PublicEncrypt(EVP_PKEY* publicKey, View data);
 // Throws Failure(BadData) for what was not encrypted for this key.
 Secret PrivateDecrypt(EVP_PKEY* key, View data);
+
+// The session key of an envelope: SM2, or RSA with PKCS#1 v1.5, as the receivers of PKCS#7 expect it.
+Bytes WrapSessionKey(EVP_PKEY* publicKey, const Secret& sessionKey);
+// For RSA a random key stands in for one that cannot be had: an answer that told a wrong padding from a
+// wrong content would let others decrypt by asking. For SM2 that throws Failure(BadData).
+Secret UnwrapSessionKey(EVP_PKEY* key, View wrapped, std::size_t size);
 
 }  // namespace kzr::softkey
