@@ -1,0 +1,107 @@
+#include "server/PlugWatch.h"
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+#include "com/Error.h"
+#include "com/Handles.h"
+#include "com/Immortal.h"
+#include "com/ModulePath.h"
+#include "server/Sessions.h"
+#include "store/Store.h"
+
+namespace kzr::softkey {
+namespace {
+
+// Neither COM nor a careless client may unload the module under the watcher's thread.
+struct Watch {
+    ModuleReference counted;
+    UniqueModule loaded;
+    std::optional<Watcher> watcher;
+};
+
+Mutex g_changing;
+Immortal<std::unique_ptr<Watch>> g_watch;  // under g_changing
+
+Mutex g_windowsLock;
+Immortal<std::vector<std::shared_ptr<EventWindow>>> g_windows;
+
+void Tell(const PlugEvent& event)
+{
+    if (!event.plugged) Sessions::End(event.serialNumber);
+    std::vector<std::shared_ptr<EventWindow>> windows;
+    {
+        const Hold held(g_windowsLock);
+        windows = *g_windows;
+    }
+    for (const std::shared_ptr<EventWindow>& window : windows) window->Tell(event);
+}
+
+void BeginWatch()
+{
+    if (*g_watch) return;
+    auto watch = std::make_unique<Watch>();
+    if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                            reinterpret_cast<const wchar_t*>(ThisModule()), watch->loaded.put()))
+        throw ComError(HRESULT_FROM_WIN32(GetLastError()));
+    watch->watcher.emplace(Store(Store::DefaultRoot()).Root(), [](const PlugEvent& event) {
+        try {
+            Tell(event);
+        } catch (...) {
+            // Without memory an event is lost; the watch goes on.
+        }
+    });
+    *g_watch = std::move(watch);
+}
+
+bool SomebodyListens()
+{
+    const Hold held(g_windowsLock);
+    return !g_windows->empty();
+}
+
+}  // namespace
+
+void PlugWatch::Connect(const std::shared_ptr<EventWindow>& window)
+{
+    const Hold held(g_changing);
+    {
+        const Hold windows(g_windowsLock);
+        g_windows->reserve(g_windows->size() + 1);
+    }
+    BeginWatch();
+    const Hold windows(g_windowsLock);
+    g_windows->push_back(window);
+}
+
+void PlugWatch::BeginLogin(const std::string& serialNumber, Secret deviceKey)
+{
+    const Hold held(g_changing);
+    BeginWatch();
+    Sessions::Begin(serialNumber, std::move(deviceKey));
+}
+
+void PlugWatch::Disconnect(const EventWindow& window) noexcept
+{
+    std::shared_ptr<EventWindow> gone;
+    {
+        const Hold held(g_windowsLock);
+        const auto found = std::find_if(g_windows->begin(), g_windows->end(),
+                                        [&](const auto& each) { return each.get() == &window; });
+        if (found == g_windows->end()) return;
+        gone = std::move(*found);
+        g_windows->erase(found);
+        if (g_windows->empty()) g_windows->shrink_to_fit();
+    }
+    EndIfIdle();
+}
+
+void PlugWatch::EndIfIdle() noexcept
+{
+    const Hold held(g_changing);
+    if (SomebodyListens() || Sessions::Any()) return;
+    g_watch->reset();
+}
+
+}  // namespace kzr::softkey
