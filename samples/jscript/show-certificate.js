@@ -24,9 +24,9 @@ function main(given) {
                   [43, "town"], [44, "province"], [45, "organisation"], [46, "unit"]];
     WScript.Echo("Certificate.getBasicCertInfoByOID(N)");
     for (var i = 0; i < fields.length; i++) {
-        var number = fields[i][0] < 10 ? " " + fields[i][0] : fields[i][0];
-        WScript.Echo("    " + number + "  " + (fields[i][1] + "               ").substr(0, 15) +
-                     certificate.getBasicCertInfoByOID(fields[i][0]));
+        var number = Number(fields[i][0]), name = String(fields[i][1]);
+        WScript.Echo("    " + (number < 10 ? " " : "") + number + "  " + (name + "               ").substr(0, 15) +
+                     certificate.getBasicCertInfoByOID(number));
     }
     WScript.Echo("Certificate.getExtCertInfoByOID(\"2.5.29.15\"): key usage");
     WScript.Echo("    " + certificate.getExtCertInfoByOID("2.5.29.15"));

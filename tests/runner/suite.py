@@ -52,6 +52,7 @@ def run_checks(bench, tally, options):
              "pascal": [ROOT / "tests/pascal/check", bench.build],
              "samples": [*python, ROOT / "tests/samples/check", bench.build]}
     if not options.foreign_dll:
+        table["docs"] = [*python, ROOT / "tests/docs/check", bench.build]
         table["includes"] = [*python, ROOT / "tests/check_includes"]
         table["includes self-test"] = [*python, ROOT / "tests/check_includes", "--self-test"]
         table["fuzz"] = [*python, ROOT / "tests/native/fuzz", "--build", options.native]
