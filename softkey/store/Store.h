@@ -40,14 +40,19 @@ enum class Pair { Signing, Exchange };
 class Device {
   public:
     const DeviceDescription& Description() const { return m_description; }
-    std::vector<ContainerDescription> Containers() const;
+    // Whose files cannot be read are left out and named.
+    std::vector<ContainerDescription> Containers(std::vector<std::string>* unreadable = nullptr) const;
 
-    // PIN record: see store/Pin.h. A try is spent and written before the PIN is checked.
+    // PIN record: see store/Pin.h. A try is spent and written before the PIN is checked. A new PIN that can
+    // be none throws Failure(BadArgument) and costs no try.
     PinAnswer Login(std::string_view pin, Secret& deviceKey) const;  // the unwrapped device key when right
     PinAnswer ChangePin(std::string_view oldPin, std::string_view newPin) const;
     int TriesLeft() const;
     // With the administrator's PIN, which has a counter of its own.
     PinAnswer Unblock(std::string_view adminPin, std::string_view newPin) const;
+    PinAnswer LoginAsAdmin(std::string_view adminPin, Secret& deviceKey) const;
+    PinAnswer ChangeAdminPin(std::string_view oldPin, std::string_view newPin) const;
+    int AdminTriesLeft() const;
 
     KeyHandle PrivateKey(const Secret& deviceKey, const std::string& container, Pair pair) const;
 
@@ -85,16 +90,21 @@ class Store {
     static std::string DefaultRoot();
     const std::string& Root() const { return m_root; }
 
-    std::vector<Device> Plugged() const;
-    std::vector<Device> Parked() const;
-    std::optional<Device> Find(std::string_view serialNumber) const;          // among the plugged
-    std::optional<Device> FindByContainer(std::string_view container) const;  // among the plugged
+    // A key whose description cannot be read is left out and named.
+    std::vector<Device> Plugged(std::vector<std::string>* unreadable = nullptr) const;
+    std::vector<Device> Parked(std::vector<std::string>* unreadable = nullptr) const;
+    // Among the plugged. Failure(BadData) when the key is there and its description cannot be read.
+    std::optional<Device> Find(std::string_view serialNumber) const;
+    std::optional<Device> FindByContainer(std::string_view container) const;
+    std::optional<Device> FindParked(std::string_view serialNumber) const;
 
     // Throws Failure(BadArgument) for a serial number that is taken, plugged or parked, or not 1 to 64
-    // letters, digits, '-' and '_'. A key that was not finished when the process died does not exist.
+    // letters, digits, '-' and '_', and for a container that any key of the store has already. A key that was
+    // not finished when the process died does not exist.
     Device Create(const DeviceDescription& description, const Pins& pins,
                   const std::vector<NewContainer>& containers);
-    void Plug(std::string_view serialNumber);  // a directory rename
+    // A directory rename; nothing when it is plugged, or unplugged, already.
+    void Plug(std::string_view serialNumber);
     void Unplug(std::string_view serialNumber);
     void Delete(std::string_view serialNumber);  // plugged or parked
     // Vendor names and the like; the serial number stays.
@@ -105,6 +115,9 @@ class Store {
     TrustStore Trust(std::vector<std::string>* skipped = nullptr) const;
 
   private:
+    std::vector<Device> DevicesIn(const std::string& folder, std::vector<std::string>* unreadable) const;
+    std::optional<Device> FindIn(const std::string& folder, std::string_view serialNumber) const;
+
     std::string m_root;
 };
 

@@ -1,0 +1,36 @@
+// Taking a lock file.
+#include "store/FileLock.h"
+
+#include <windows.h>
+
+#include "base/Failure.h"
+#include "store/Folder.h"
+
+namespace kzr::softkey {
+namespace {
+
+constexpr ULONGLONG kLongestWait = 10000;
+
+HANDLE Take(const std::string& path)
+{
+    const std::wstring wide = PlatformPath(path);
+    const ULONGLONG started = GetTickCount64();
+    for (DWORD pause = 1;; pause = pause < 16 ? pause * 2 : 16) {
+        const HANDLE file = CreateFileW(wide.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS,
+                                        FILE_ATTRIBUTE_NORMAL, nullptr);
+        if (file != INVALID_HANDLE_VALUE) return file;
+        const DWORD error = GetLastError();
+        if (error != ERROR_SHARING_VIOLATION)
+            throw Failure(Cause::File, path + ": locking: error " + std::to_string(error));
+        if (GetTickCount64() - started >= kLongestWait)
+            throw Failure(Cause::File, path + ": another process keeps the key locked");
+        Sleep(pause);
+    }
+}
+
+}  // namespace
+
+FileLock::FileLock(const std::string& path) : m_file(Take(path)) {}
+FileLock::~FileLock() { CloseHandle(m_file); }
+
+}  // namespace kzr::softkey

@@ -1,0 +1,22 @@
+// A lock between processes and threads that the system frees when its holder dies: an open file that nobody
+// else may open. Not recursive. Order: the store's, then one key's.
+#pragma once
+
+#include <string>
+
+namespace kzr::softkey {
+
+class FileLock {
+  public:
+    // Waits ten seconds at most; throws Failure(File) then, and when the file cannot be made.
+    explicit FileLock(const std::string& path);
+    ~FileLock();
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
+
+  private:
+    // A file handle of the platform, whose header's macros rename functions of ours.
+    void* const m_file;
+};
+
+}  // namespace kzr::softkey
