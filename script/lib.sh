@@ -35,9 +35,9 @@ report_end() {
 
 known_preset() {
     case $1 in
-        release | debug | ubsan | native | native-sanitize) return 0 ;;
+        release | debug | ubsan | page-heap | coverage | native | native-sanitize) return 0 ;;
     esac
-    complain "there is no preset '$1'; choose release, debug, ubsan, native or native-sanitize"
+    complain "there is no preset '$1'; choose one of CMakePresets.json"
     return 1
 }
 

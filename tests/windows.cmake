@@ -87,6 +87,14 @@ if(TARGET kzr_registration_tests)
   target_link_libraries(kzr_registration_tests PRIVATE version)
 endif()
 
+# What a build that sees more must find before its silence counts for anything.
+if(KZR_PAGE_HEAP)
+  kzr_test_program(page_heap)
+endif()
+if(KZR_UBSAN_TRAP)
+  kzr_test_program(ubsan)
+endif()
+
 add_subdirectory(fakes)
 # Host of the registration-free test.
 add_subdirectory(regfree)

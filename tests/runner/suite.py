@@ -44,6 +44,8 @@ def run_programs(bench, tally, programs, expected, wanted, wine):
 
 def run_checks(bench, tally, options):
     """The checks that are programs of the build machine; each knows how to test itself."""
+    if options.programs_only:
+        return 0
     python = [sys.executable, "-B"]
     imports = [*python, ROOT / "tests/imports/check", "--dll", bench.dll]
     if not options.foreign_dll:
@@ -56,6 +58,7 @@ def run_checks(bench, tally, options):
         table["includes"] = [*python, ROOT / "tests/check_includes"]
         table["includes self-test"] = [*python, ROOT / "tests/check_includes", "--self-test"]
         table["fuzz"] = [*python, ROOT / "tests/native/fuzz", "--build", options.native]
+        table["coverage self-test"] = [*python, ROOT / "tests/coverage", "--self-test"]
         table["runner self-test"] = [*python, ROOT / "tests/runner/selftest.py"]
     chosen = [label for label in table if not options.filter or options.filter in label]
     for label in chosen:
@@ -65,7 +68,7 @@ def run_checks(bench, tally, options):
 
 def run_everything(bench, tally, options):
     matched = run_checks(bench, tally, options)
-    if not options.foreign_dll:
+    if not options.foreign_dll and not options.programs_only:
         native = programs_in(options.native, "kzr_*_tests")
         matched += run_programs(bench, tally, native, EXPECTED_NATIVE, options.filter, wine=False)
 
@@ -90,6 +93,8 @@ def main():
     parser.add_argument("--dll", type=Path, required=True, help="the DLL under test")
     parser.add_argument("--foreign-dll", action="store_true",
                         help="the DLL is not of this tree: run only what looks at the DLL")
+    parser.add_argument("--programs-only", action="store_true",
+                        help="Windows programs and scripts: the build is no product, and natively nothing differs")
     parser.add_argument("--timeout", type=float, default=600, help="seconds that one program may take")
     parser.add_argument("--tails", type=int, default=30, help="lines shown of each failed program")
     parser.add_argument("filter", nargs="?", help="part of a test's name, or a pattern with * and ?")
