@@ -52,10 +52,19 @@ class Spy final : public IMallocSpy {
 
 Spy g_spy;
 
-// Once for the process: the platform does not let go of a spy while blocks that it has seen are in use.
+// Once for the process: the platform does not let go of a spy while blocks that it has seen are in use. One
+// such block is made at once, since some platforms look for every freed block in a table that the first one
+// makes.
+HRESULT StartWatching()
+{
+    const HRESULT result = CoRegisterMallocSpy(&g_spy);
+    CoTaskMemAlloc(1);
+    return result;
+}
+
 long CountTexts()
 {
-    static const HRESULT watching = CoRegisterMallocSpy(&g_spy);
+    static const HRESULT watching = StartWatching();
     return SUCCEEDED(watching) ? g_spy.Live() : -1;
 }
 

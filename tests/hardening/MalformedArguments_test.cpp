@@ -94,7 +94,7 @@ struct Targets {
     }
 };
 
-ULONGLONG BitsOf(const void* pointer) { return reinterpret_cast<ULONGLONG>(pointer); }
+ULONGLONG AddressOf(const void* pointer) { return reinterpret_cast<ULONGLONG>(pointer); }
 
 const std::vector<Shape>& Shapes()
 {
@@ -119,11 +119,11 @@ const std::vector<Shape>& Shapes()
         {"Word", Value(L"12abc"), S_OK, kMismatch, kMismatch},
         {"NullUnknown", Value::Raw(VT_UNKNOWN, 0), kMismatch, kMismatch, kMismatch},
         {"NullDispatch", Value::Raw(VT_DISPATCH, 0), kBadType, kBadType, kBadType},
-        {"ArrayOfTexts", Value::Raw(VT_ARRAY | VT_BSTR, BitsOf(targets.texts)), kMismatch, kMismatch,
+        {"ArrayOfTexts", Value::Raw(VT_ARRAY | VT_BSTR, AddressOf(targets.texts)), kMismatch, kMismatch,
          kMismatch},
-        {"ReferenceToText", Value::Raw(VT_BYREF | VT_BSTR, BitsOf(&targets.text.bstrVal)), S_OK, kMismatch,
+        {"ReferenceToText", Value::Raw(VT_BYREF | VT_BSTR, AddressOf(&targets.text.bstrVal)), S_OK, kMismatch,
          kMismatch},
-        {"ReferenceToReference", Value::Raw(VT_BYREF | VT_VARIANT, BitsOf(&targets.reference)), S_OK,
+        {"ReferenceToReference", Value::Raw(VT_BYREF | VT_VARIANT, AddressOf(&targets.reference)), S_OK,
          kMismatch, kMismatch},
         {"TextReferenceToNowhere", Value::Raw(VT_BYREF | VT_BSTR, 0), kMismatch, kMismatch, kMismatch},
         {"VariantReferenceToNowhere", Value::Raw(VT_BYREF | VT_VARIANT, 0), kMismatch, kMismatch, kMismatch},
@@ -148,15 +148,14 @@ TEST_F(MalformedArguments, OfEveryShapeInEveryPlaceAnswerAsTheTableSays)
     const auto call = [&](const Shape& shape, const HardenedMethod& each, std::size_t place) {
         Values samples = SamplesFor(*each.method);
         samples[place] = shape.value;
-        std::vector<VARIANT> arguments;
-        for (const Value& value : samples) arguments.push_back(value.Get());
         VARIANT result;
         VariantInit(&result);
         const ScriptedParameter& parameter = each.method->parameters[place];
         const bool impossible = shape.negative && std::wstring_view(parameter.name) == L"nMaxLen";
         plannedFatalLines += impossible;
         watchdog.Beat(shape.name, each.method->id);
-        EXPECT_EQ(AnswerTo(shape, parameter), InvokeWith(ObjectOf(each), each.method->id, arguments, &result))
+        EXPECT_EQ(AnswerTo(shape, parameter),
+                  InvokeWith(ObjectOf(each), each.method->id, BitsOf(samples), &result))
             << shape.name << " as argument " << place << " of " << each.Name();
         VariantClear(&result);
         backend->ForgetCalls();

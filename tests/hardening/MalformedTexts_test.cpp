@@ -66,9 +66,8 @@ class MalformedTexts : public QuietTest {
     // By `Invoke` and, where there is one, by the table; the other arguments are good ones.
     void PassAt(const HardenedMethod& each, std::size_t place, const GuardedText& text)
     {
-        Values samples = SamplesFor(*each.method);
-        std::vector<VARIANT> arguments;
-        for (const Value& value : samples) arguments.push_back(value.Get());
+        const Values samples = SamplesFor(*each.method);
+        std::vector<VARIANT> arguments = BitsOf(samples);
         arguments[place].vt = VT_BSTR;
         arguments[place].bstrVal = text.Get();
         VARIANT result;
@@ -78,14 +77,7 @@ class MalformedTexts : public QuietTest {
         ++calls;
         if (each.isControl) return;
 
-        std::vector<std::uint64_t> words;
-        for (const VARIANT& argument : arguments)
-            words.push_back(argument.vt == VT_BSTR ? reinterpret_cast<std::uint64_t>(argument.bstrVal)
-                                                   : static_cast<std::uint64_t>(argument.lVal));
-        std::uint64_t output = 0;
-        words.push_back(reinterpret_cast<std::uint64_t>(&output));
-        EXPECT_EQ(S_OK, CallSlot(ObjectOf(each), each.slot, words)) << each.Name();
-        if (each.method->result == VT_BSTR) SysFreeString(reinterpret_cast<BSTR>(output));
+        EXPECT_EQ(S_OK, CallByTable(ObjectOf(each), each, arguments)) << each.Name();
         ++calls;
     }
 

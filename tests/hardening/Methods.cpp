@@ -1,5 +1,7 @@
 #include "Methods.h"
 
+#include <cstdint>
+
 namespace kzr::test {
 namespace {
 
@@ -77,20 +79,35 @@ HRESULT InvokeWith(IDispatch* object, DISPID id, const std::vector<VARIANT>& arg
     return InvokeAsIs(object, id, DISPATCH_METHOD, &parameters, result);
 }
 
-// The callee takes no more words than it has parameters, and the caller clears them away.
-HRESULT CallSlot(IDispatch* object, unsigned slot, const std::vector<std::uint64_t>& words)
+// One word for each parameter, whatever its type, and one for the pointer to the result. The callee takes no
+// more words than it has parameters, and the caller clears them away.
+HRESULT CallByTable(IDispatch* object, const HardenedMethod& method, const std::vector<VARIANT>& arguments)
 {
     using Word = std::uint64_t;
-    using Method = HRESULT(STDMETHODCALLTYPE*)(void*, Word, Word, Word, Word, Word, Word);
-    Word padded[kMostWords] = {};
-    for (std::size_t i = 0; i < words.size() && i < kMostWords; ++i) padded[i] = words[i];
+    using Entry = HRESULT(STDMETHODCALLTYPE*)(void*, Word, Word, Word, Word, Word, Word);
+    Word output = 0;
+    Word words[kMostWords] = {};
+    std::size_t count = 0;
+    for (const VARIANT& argument : arguments)
+        words[count++] = argument.vt == VT_BSTR ? reinterpret_cast<Word>(argument.bstrVal)
+                                                : static_cast<Word>(argument.lVal);
+    words[count] = reinterpret_cast<Word>(&output);
     const auto* const table = *reinterpret_cast<void***>(object);
-    const auto method = reinterpret_cast<Method>(table[slot]);
+    const auto entry = reinterpret_cast<Entry>(table[method.slot]);
+    HRESULT answer = kThrown;
     try {
-        return method(object, padded[0], padded[1], padded[2], padded[3], padded[4], padded[5]);
+        answer = entry(object, words[0], words[1], words[2], words[3], words[4], words[5]);
     } catch (...) {
-        return kThrown;
     }
+    if (method.method->result == VT_BSTR) SysFreeString(reinterpret_cast<BSTR>(output));
+    return answer;
+}
+
+std::vector<VARIANT> BitsOf(const Values& values)
+{
+    std::vector<VARIANT> bits;
+    for (const Value& value : values) bits.push_back(value.Get());
+    return bits;
 }
 
 }  // namespace kzr::test

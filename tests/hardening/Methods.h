@@ -5,7 +5,6 @@
 
 #include <oaidl.h>
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -42,8 +41,11 @@ HRESULT InvokeAsIs(IDispatch* object, DISPID id, WORD flags, DISPPARAMS* paramet
 // The same with arguments first to last, given as bits that belong to the caller.
 HRESULT InvokeWith(IDispatch* object, DISPID id, const std::vector<VARIANT>& arguments, VARIANT* result);
 
-// Through the dual interface's table: one word for each parameter, whatever its type; the last one is the
-// pointer to the result.
-HRESULT CallSlot(IDispatch* object, unsigned slot, const std::vector<std::uint64_t>& words);
+// Through the dual interface's table, with arguments first to last as bits that belong to the caller; the
+// answer is dropped.
+HRESULT CallByTable(IDispatch* object, const HardenedMethod& method, const std::vector<VARIANT>& arguments);
+
+// The bits of values, which stay theirs.
+std::vector<VARIANT> BitsOf(const Values& values);
 
 }  // namespace kzr::test
