@@ -1,0 +1,41 @@
+// softkey: runs one command and prints what it answers, or why it failed.
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+#include "CommandLine.h"
+#include "ExitCodes.h"
+#include "base/Wide.h"
+
+namespace {
+
+// A message may carry bytes of a file that are no text.
+std::string Text(const kzr::softkey::tool::Json& json)
+{
+    return json.dump(2, ' ', false, kzr::softkey::tool::Json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace
+
+int wmain(int argc, wchar_t** argv)
+{
+    using namespace kzr::softkey;
+    using namespace kzr::softkey::tool;
+    std::vector<std::string> arguments;
+    for (int i = 1; i < argc; ++i) arguments.push_back(ToUtf8(argv[i]));
+    const CommandLine line = ReadCommandLine(std::move(arguments));
+    if (!line.command) return line.exitCode;
+    try {
+        const Report report = line.command(line.options);
+        Print(line.options.json ? Text(report.json) : report.text);
+        return kDone;
+    } catch (const std::exception& error) {
+        const ExitCode code = ExitCodeOf(error);
+        if (line.options.json)
+            Print(Json{{"error", {{"code", static_cast<int>(code)}, {"message", error.what()}}}}.dump(2) +
+                  "\n");
+        PrintError(std::string("softkey: ") + error.what() + "\n");
+        return code;
+    }
+}
