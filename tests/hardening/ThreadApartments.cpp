@@ -1,0 +1,52 @@
+#include "ThreadApartments.h"
+
+#include <thread>
+#include <vector>
+
+#include "support/BackendControl.h"
+
+namespace kzr::test {
+
+void Gathering::Wait()
+{
+    const int round = m_round;
+    if (++m_come == m_threads) {
+        m_come = 0;
+        ++m_round;
+        return;
+    }
+    while (m_round == round) SwitchToThread();
+}
+
+RegisteredHere::RegisteredHere(ScriptedBackend& backend)
+{
+    CoRegisterClassObject(kBackendClass, new BackendFactory(backend), CLSCTX_INPROC_SERVER,
+                          REGCLS_MULTIPLEUSE, &m_registration);
+}
+
+RegisteredHere::~RegisteredHere()
+{
+    if (m_registration) CoRevokeClassObject(m_registration);
+}
+
+int RunInApartments(ScriptedBackend& backend, int threads, const std::function<void(int)>& work)
+{
+    std::atomic<int> failed{0};
+    std::vector<std::thread> running;
+    for (int i = 0; i < threads; ++i)
+        running.emplace_back([&, i] {
+            if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {
+                ++failed;
+                return;
+            }
+            {
+                const RegisteredHere registered(backend);
+                work(i);
+            }
+            CoUninitialize();
+        });
+    for (std::thread& thread : running) thread.join();
+    return failed;
+}
+
+}  // namespace kzr::test
