@@ -54,6 +54,7 @@ def run_checks(bench, tally, options):
              "pascal": [ROOT / "tests/pascal/check", bench.build],
              "samples": [*python, ROOT / "tests/samples/check", bench.build]}
     if not options.foreign_dll:
+        table["sample languages"] = [*python, ROOT / "tests/samples/languages", bench.build]
         table["docs"] = [*python, ROOT / "tests/docs/check", bench.build]
         table["includes"] = [*python, ROOT / "tests/check_includes"]
         table["includes self-test"] = [*python, ROOT / "tests/check_includes", "--self-test"]

@@ -1,0 +1,85 @@
+"""What the checks of the samples share: the Wine prefix with the registered DLLs, and how a run is judged."""
+
+import os
+import shutil
+import subprocess
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+
+
+def windows_path(path):
+    return "Z:" + str(Path(path).resolve()).replace("/", "\\")
+
+
+def missing_line(lines, expected):
+    """The first expected line that does not follow the one before it; None when all are there."""
+    at = 0
+    for wanted in expected:
+        while at < len(lines) and lines[at] != wanted:
+            at += 1
+        if at == len(lines):
+            return wanted
+        at += 1
+    return None
+
+
+class Report:
+    failed = 0
+
+    def tell(self, name, why):
+        if why:
+            self.failed += 1
+        print(f"not ok - {name}: {why}" if why else f"ok - {name}", flush=True)
+
+
+class Bench:
+    """The prefix, with the log's folder in it: without it the component's lines stand among the programs'."""
+
+    def __init__(self, build, folder):
+        self.build = build
+        self.work = build / folder
+        self.logs = build / "wine/drive_c/users/kzr/AppData/LocalLow/TOLV/log"
+        self.backend = windows_path(build / "tests/kzr_test_backend.dll")
+        self.dll = os.environ["KZRSECX_DLL"]
+
+    def wine(self, *arguments, cwd=None, rules=""):
+        environment = dict(os.environ, KZR_TEST_BACKEND_RULES=rules)
+        command = [ROOT / "script/wine", "--build", self.build, *arguments]
+        try:
+            ended = subprocess.run(command, cwd=cwd, env=environment, stdin=subprocess.DEVNULL, timeout=60,
+                                   stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        except subprocess.TimeoutExpired:
+            return None, "it did not end within a minute"
+        return ended.returncode, ended.stdout.decode("cp1252", "replace").replace("\r\n", "\n")
+
+    def __enter__(self):
+        self.made_logs = not self.logs.exists()
+        if not (self.build / "wine/.complete").exists():
+            self.wine("cmd", "/c", "exit")
+        self.logs.mkdir(parents=True, exist_ok=True)
+        shutil.rmtree(self.work, ignore_errors=True)
+        self.work.mkdir(parents=True)
+        return self
+
+    def __exit__(self, *_):
+        if self.made_logs:
+            shutil.rmtree(self.logs, ignore_errors=True)
+
+    def register(self, *options):
+        """The DLLs that regsvr32 refused."""
+        return [name for name in (self.dll, self.backend)
+                if self.wine("regsvr32", "/s", *options, name)[0] != 0]
+
+    def run_program(self, name, program, arguments, rules, cwd=None):
+        file = self.work / f"{name.replace('/', '-')}.rules"
+        file.write_text(rules, encoding="utf-8")
+        return self.wine(program, *arguments, cwd=cwd or self.work, rules=windows_path(file))
+
+    @staticmethod
+    def judge(code, output, wanted, lines):
+        """Why a run failed; None when it passed."""
+        if code != wanted:
+            return f"exit code {code}, not {wanted}: {output[-300:]!r}"
+        line = missing_line(output.split("\n"), lines)
+        return None if line is None else f"no line {line!r} at its place: {output[-600:]!r}"
