@@ -42,12 +42,16 @@ bool KeyExists(HKEY root, const std::wstring& path)
 // "" when there is no such text. Environment variables are expanded, as COM does.
 std::wstring TextOf(HKEY root, const std::wstring& path, const wchar_t* name)
 {
-    std::array<wchar_t, 1024> text{};
-    DWORD size = sizeof(text);
-    const DWORD kinds = RRF_RT_REG_SZ | RRF_RT_REG_EXPAND_SZ;
-    if (RegGetValueW(root, path.c_str(), name, kinds, nullptr, text.data(), &size) != ERROR_SUCCESS)
+    DWORD size = 0;
+    if (RegGetValueW(root, path.c_str(), name, RRF_RT_REG_SZ, nullptr, nullptr, &size) != ERROR_SUCCESS)
         return L"";
-    return text.data();
+    // Room for what an expansion may add meanwhile.
+    size += 1024;
+    std::wstring text(size / sizeof(wchar_t), L'\0');
+    size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
+    Check(RegGetValueW(root, path.c_str(), name, RRF_RT_REG_SZ, nullptr, text.data(), &size),
+          "read the registry");
+    return text.c_str();
 }
 
 void WriteText(HKEY key, const wchar_t* name, const std::wstring& text)

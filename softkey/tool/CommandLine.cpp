@@ -94,7 +94,7 @@ class Definition {
 
 void Definition::Define()
 {
-    m_app.require_subcommand(1);
+    m_app.require_subcommand(0, 1);
     m_app.footer(kExamples);
     m_app.get_formatter()->column_width(34);
     Text(
@@ -249,6 +249,8 @@ CommandLine ReadCommandLine(std::vector<std::string> arguments)
     std::reverse(arguments.begin(), arguments.end());
     try {
         definition.App().parse(std::move(arguments));
+        // Asked for here: the parser's own way would hide that a command was misspelt.
+        if (!line.command) throw CLI::RequiredError("A command");
     } catch (const CLI::ParseError& error) {
         std::ostringstream out, problem;
         line.exitCode = definition.App().exit(error, out, problem) == 0 ? kDone : kUsage;
