@@ -1,9 +1,11 @@
 // Encryption for a public key: data by itself, and the session keys of envelopes.
+#include <openssl/asn1.h>
 #include <openssl/err.h>
 #include <openssl/rand.h>
 #include <openssl/rsa.h>
 
 #include <algorithm>
+#include <climits>
 #include <optional>
 
 #include "base/Failure.h"
@@ -47,9 +49,25 @@ Bytes Encrypt(EVP_PKEY* key, View data, Padding padding)
     return encrypted;
 }
 
+// The library passes over what follows the sequence.
+bool IsOneSequence(View der)
+{
+    const unsigned char* at = der.data();
+    long length = 0;
+    int tag = 0;
+    int kind = 0;
+    const int form = der.size() > LONG_MAX
+                         ? 0x80
+                         : ASN1_get_object(&at, &length, &tag, &kind, static_cast<long>(der.size()));
+    ERR_clear_error();
+    return form == V_ASN1_CONSTRUCTED && tag == V_ASN1_SEQUENCE && kind == V_ASN1_UNIVERSAL &&
+           at + length == der.data() + der.size();
+}
+
 // Without a value for what the key does not decrypt.
 std::optional<Secret> Decrypt(EVP_PKEY* key, View data, Padding padding)
 {
+    if (KeyTypeOf(key) == KeyType::Sm2 && !IsOneSequence(data)) return std::nullopt;
     const KeyContext context = ContextOf(key, EVP_PKEY_decrypt_init, padding);
     std::size_t size = 0;
     bool done = EVP_PKEY_decrypt(context.get(), nullptr, &size, data.data(), data.size()) == 1;
