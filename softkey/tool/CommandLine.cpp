@@ -11,28 +11,30 @@ namespace kzr::softkey::tool {
 namespace {
 
 constexpr char kExamples[] =
-    "Examples:\n"
-    "  softkey create DEMO0001 --sm2 \"张三;id=110101199001011237\" --rsa \"Alice Miller\" --pin 123456 "
-    "--admin-pin "
-    "87654321\n"
-    "  softkey list\n"
-    "  softkey unplug DEMO0001\n"
-    "  softkey pin set DEMO0001\n"
-    "  softkey import DEMO0001 alice.p12 --user Alice\n"
-    "  softkey export DEMO0001 --output certificates.pem\n"
-    "  softkey ca export --type sm2 --chain chain.pem --crl list.pem\n"
-    "  softkey register\n"
-    "\"softkey COMMAND --help\" tells more about each command. A PIN or password that is not given is asked "
-    "for; from a\n"
-    "pipe, one line is read for each.\n"
-    "Exit codes: 0 done, 1 failed, 2 wrong command line or value, 3 no such key or container, 4 PIN wrong or "
-    "locked,\n"
-    "5 there already and left alone, 6 another server is the backend, 7 unreadable input, 8 not confirmed.";
+    R"(Examples:
+  softkey create DEMO0001 --sm2 张三 --rsa "Alice Miller" --pin 123456 --admin-pin 87654321
+  softkey list
+  softkey unplug DEMO0001
+  softkey pin set DEMO0001
+  softkey import DEMO0001 alice.p12 --user Alice
+  softkey export DEMO0001 --output certificates.pem
+  softkey ca export --type sm2 --chain chain.pem --crl list.pem
+  softkey register
+"softkey COMMAND --help" tells more about each command. A PIN or password that
+is not given is asked for; from a pipe, one line is read for each.
 
-constexpr char kUserHelp[] =
-    "A user with a certificate of the test CA; may be repeated. Behind the name, fields may follow: "
-    "\"NAME;o=Org;mail=a@b.cn\". "
-    "Fields: c o ou st cn l mail sn (subject), id (identity extension), container (its name)";
+Exit codes: 0 done, 1 failed, 2 wrong command line or value, 3 no such key or
+container, 4 PIN wrong or locked, 5 there already and left alone, 6 another
+server is the backend, 7 unreadable input, 8 not confirmed.)";
+
+constexpr char kCreateFooter[] =
+    R"(A USER is a name, or a name with fields behind it: "NAME;o=Example;l=Wuhan".
+  c o ou st cn l mail sn   of the certificate's subject
+  id                       in its identity extension
+  container                the container's name (otherwise SN-1, SN-2, ...)
+
+Example:
+  softkey create DEMO0001 --sm2 "张三;id=110101199001011237" --provider "Vendor A")";
 
 class Definition {
   public:
@@ -63,7 +65,7 @@ class Definition {
     }
 
     // A vector would take all that follows; this takes one value each time.
-    void User(CLI::App& command, const char* name, KeyType type)
+    void User(CLI::App& command, const char* name, KeyType type, const char* help)
     {
         command
             .add_option_function<std::vector<std::string>>(
@@ -71,7 +73,7 @@ class Definition {
                 [this, type](const std::vector<std::string>& users) {
                     for (const std::string& user : users) m_options.users.push_back({type, user});
                 },
-                kUserHelp)
+                help)
             ->type_name("USER")
             ->allow_extra_args(false);
     }
@@ -116,13 +118,11 @@ void Definition::Define()
 
 void Definition::DefineCreate()
 {
-    CLI::App& create = Command(
-        m_app, "create", "Makes a key with users and certificates, and plugs it", tool::Create,
-        "Example: softkey create DEMO0001 --sm2 张三 --rsa \"Alice Miller;o=Example\" --library VendorA "
-        "--provider \"Vendor A CSP\"");
+    CLI::App& create = Command(m_app, "create", "Makes a key with users and certificates, and plugs it",
+                               tool::Create, kCreateFooter);
     create.add_option("SN", m_options.serialNumber, "Serial number; one is made up when none is given");
-    User(create, "--sm2", KeyType::Sm2);
-    User(create, "--rsa", KeyType::Rsa);
+    User(create, "--sm2", KeyType::Sm2, "A user with SM2 certificates of the test CA; may be repeated");
+    User(create, "--rsa", KeyType::Rsa, "The same with RSA");
     Text(create, "--pin", m_options.pin, "The user's PIN, 4 to 32 bytes", "PIN");
     Text(create, "--admin-pin", m_options.adminPin, "The administrator's PIN, which unblocks the user's",
          "PIN");
@@ -143,7 +143,8 @@ void Definition::DefineCreate()
     create.add_option("--rsa-bits", m_options.rsaBits, "Size of RSA keys")
         ->check(CLI::IsMember(std::vector<int>{1024, 2048, 3072, 4096}))
         ->capture_default_str();
-    create.add_flag("!--no-exchange", m_options.exchange, "Signing pairs only");
+    create.add_flag_callback(
+        "--no-exchange", [this] { m_options.exchange = false; }, "Signing pairs only");
     create.add_flag("--unplugged", m_options.unplugged, "Do not plug it");
 }
 
@@ -180,7 +181,7 @@ void Definition::DefineKeys()
 void Definition::DefinePins()
 {
     CLI::App* pin = m_app.add_subcommand("pin", "Changes and unblocks PINs");
-    pin->require_subcommand(1);
+    pin->require_subcommand(0, 1);
     pin->fallthrough();
     CLI::App& set = Command(*pin, "set", "Changes the PIN, by the old one", SetPin,
                             "Example: softkey pin set DEMO0001        (asks for both PINs)");
@@ -212,7 +213,7 @@ void Definition::DefineCertificates()
     one.add_flag("--force", m_options.force, "Replace the file");
 
     CLI::App* authority = m_app.add_subcommand("ca", "The test CA, made on first use");
-    authority->require_subcommand(1);
+    authority->require_subcommand(0, 1);
     authority->fallthrough();
     CLI::App& all =
         Command(*authority, "export", "Writes the test CA's chain and revocation list (PEM)", ExportAuthority,
