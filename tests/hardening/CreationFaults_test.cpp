@@ -1,0 +1,146 @@
+// A backend that fails or faults at each point on the way to an object: the documented answer, nothing kept,
+// and the next creation right.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include "Area.h"
+#include "Holdings.h"
+#include "Methods.h"
+#include "OtherThread.h"
+#include "QuietBench.h"
+#include "Watchdog.h"
+
+namespace kzr::test {
+namespace {
+
+struct Point {
+    const char* name;
+    Step step;
+    bool matters;  // else the object is made all the same
+};
+
+constexpr Point kPoints[] = {{"CreateInstance", Step::CreateInstance, true},
+                             {"QueryDispatch", Step::QueryDispatch, true},
+                             {"QueryOleObject", Step::QueryOleObject, true},
+                             {"SetClientSite", Step::SetClientSite, false},
+                             {"SetUserConfig", Step::SetUserConfig, false},
+                             {"QueryContainer", Step::QueryContainer, true},
+                             {"FindConnectionPoint", Step::FindConnectionPoint, true},
+                             {"Advise", Step::Advise, true}};
+static_assert(std::size(kPoints) == 8);
+
+constexpr HRESULT kStepFailures[] = {E_FAIL,
+                                     E_ACCESSDENIED,
+                                     E_OUTOFMEMORY,
+                                     E_NOINTERFACE,
+                                     E_NOTIMPL,
+                                     REGDB_E_CLASSNOTREG,
+                                     RPC_E_DISCONNECTED,
+                                     CO_E_SERVER_EXEC_FAILURE,
+                                     DISP_E_EXCEPTION,
+                                     CO_E_NOTINITIALIZED,
+                                     static_cast<HRESULT>(0xFFFFFFFF)};
+
+// Twenty ways to fail: nine faults and eleven failures.
+constexpr int kWays = static_cast<int>(std::size(kAllFaults) + std::size(kStepFailures));
+static_assert(kWays == 20);
+
+void FailAt(ScriptedBackend& backend, Step step, int way)
+{
+    StepRule rule;
+    // Inside CreateInstance, so a fault there would be that point's again: success with nothing instead.
+    if (step == Step::QueryDispatch && way < static_cast<int>(std::size(kAllFaults)))
+        rule.GivesNull();
+    else if (way < static_cast<int>(std::size(kAllFaults)))
+        rule.Faults(kAllFaults[way]);
+    else
+        rule.Fails(kStepFailures[way - static_cast<int>(std::size(kAllFaults))]);
+    backend.At(step) = rule;
+}
+
+// An object without its backend: the four are not made at all, the control is and refuses every call.
+HRESULT MakeAndCall(QuietBench& bench, const ScriptedClass& made)
+{
+    ComPtr<IDispatch> object;
+    const HRESULT result = bench.dll->Create(made.clsid, IID_IDispatch, object.putVoid());
+    if (FAILED(result) != !object) return kThrown;
+    if (FAILED(result) || &made != &kControl) return result;
+    return Call(object.Get(), L"getUserList").result;
+}
+
+int Complain(const ScriptedClass& made, const Point& point, int way, const char* what, long answer)
+{
+    std::printf("%s, failing at %s in way %d: %s (0x%lx)\n", made.name, point.name, way, what,
+                static_cast<unsigned long>(answer));
+    return 1;
+}
+
+int CreateWithFailure(QuietBench& bench, const ScriptedClass& made, const Point& point, int way)
+{
+    const HRESULT refusal = &made == &kControl ? E_UNEXPECTED : E_FAIL;
+    int wrong = 0;
+    FailAt(*bench.backend, point.step, way);
+    const long errors = CountedErrorLines();
+    if (const HRESULT answer = MakeAndCall(bench, made); answer != (point.matters ? refusal : S_OK))
+        wrong += Complain(made, point, way, "another answer", answer);
+    if ((CountedErrorLines() > errors) != point.matters)
+        wrong += Complain(made, point, way, "other lines", CountedErrorLines() - errors);
+    bench.backend->At(point.step) = StepRule();
+    if (bench.backend->LiveControls() != 0 || bench.dll->CanUnloadNow() != S_OK)
+        wrong += Complain(made, point, way, "something was kept", bench.backend->References());
+    if (const HRESULT answer = MakeAndCall(bench, made); answer != S_OK)
+        wrong += Complain(made, point, way, "the next creation fails", answer);
+    bench.backend->ForgetCalls();
+    return wrong;
+}
+
+KZR_CHILD(CreationsWithFailures)
+{
+    QuietBench bench;
+    Watchdog watchdog(20000);
+    int wrong = 0;
+    for (const ScriptedClass* const made : kScriptedClasses) {
+        for (const Point& point : kPoints) {
+            const auto everyWay = [&] {
+                for (int way = 0; way < kWays; ++way) {
+                    watchdog.Beat(point.name, way);
+                    wrong += CreateWithFailure(bench, *made, point, way);
+                }
+            };
+            const std::string grown = GrowthOf(1, 2, everyWay);
+            if (!grown.empty()) {
+                std::printf("GROWN by %s failing at %s: %s\n", made->name, point.name, grown.c_str());
+                ++wrong;
+            }
+            // Both locks must be free: the creation of another object takes them one after the other.
+            watchdog.Beat("a creation on another thread");
+            bench.backend->Unregister();
+            if (!ComesBackOnAnotherThread([&] {
+                    ComPtr<IDispatch> object;
+                    bench.dll->Create(made->clsid, IID_IDispatch, object.putVoid());
+                })) {
+                std::printf("a lock was lost by %s failing at %s\nEND\n", made->name, point.name);
+                std::fflush(stdout);
+                TerminateProcess(GetCurrentProcess(), Watchdog::kExitCode);
+            }
+            bench.backend->Register();
+        }
+    }
+    const std::string trouble = bench.Trouble();
+    std::printf("%sEND\n", trouble.c_str());
+    std::fflush(stdout);
+    return wrong == 0 && trouble.empty() ? 0 : 1;
+}
+
+TEST(CreationFaults, AtEveryPointOfEveryClassAreAnsweredAndLeaveNothing)
+{
+    const ChildResult ended = RunWithoutTextCache("CreationsWithFailures", 300000);
+    EXPECT_TRUE(ended.started);
+    EXPECT_EQ(0u, ended.code) << ended.output;
+    EXPECT_NE(std::string::npos, ended.output.find("END")) << ended.output;
+    Did("backend faults", 5 * 8 * kWays * 3, "creations");
+}
+
+}  // namespace
+}  // namespace kzr::test
