@@ -2,6 +2,7 @@
 // others, and theirs to us.
 // Exits with 0 when it was done or is true, with 1 when it is false, with 2 for a bad call, and with 3 when
 // the software key refused, which it says on the error stream.
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <map>
@@ -10,6 +11,7 @@
 #include "base/Failure.h"
 #include "base/File.h"
 #include "crypto/Digest.h"
+#include "crypto/Sharing.h"
 #include "crypto/Sign.h"
 #include "crypto/Symmetric.h"
 #include "x509/Message.h"
@@ -50,6 +52,27 @@ bool ReadMessagePart(const Arguments& a)
     return message.content && Put(a[2], *message.content);
 }
 
+bool SplitInto(const Arguments& a)
+{
+    std::string lines;
+    for (const std::string& share :
+         SplitSecret(ReadWholeFile(a[3]), std::stoi(a[0]), std::stoi(a[1]), std::stoi(a[2])))
+        lines += share + "\n";
+    return Put(a[4], ViewOf(lines));
+}
+
+bool RecoverFrom(const Arguments& a)
+{
+    const Bytes content = ReadWholeFile(a[0]);
+    std::vector<std::string> shares;
+    for (std::string_view lines = TextOf(content); !lines.empty();) {
+        const std::size_t end = std::min(lines.find('\n'), lines.size() - 1);
+        shares.emplace_back(lines.substr(0, end));
+        lines.remove_prefix(end + 1);
+    }
+    return Put(a[1], RecoverSecret(shares));
+}
+
 bool PrintDigest(const Arguments& a)
 {
     std::printf("%s\n", HexUpper(DigestFile(HashCodeOf(std::stoi(a[0])), a[1])).c_str());
@@ -72,6 +95,8 @@ const std::map<std::string, Command> kCommands = {
     {"verify-message",
      {2, "MSG CONTENT", [](auto& a) { return VerifyMessage(ReadWholeFile(a[0]), ReadWholeFile(a[1])); }}},
     {"message-part", {3, "MSG content|certificate|signature OUT", ReadMessagePart}},
+    {"split", {5, "COUNT NEEDED MANDATORY IN LINES", SplitInto}},
+    {"recover", {2, "LINES OUT", RecoverFrom}},
     {"seal",
      {3, "CERT IN MSG",
       [](auto& a) { return Put(a[2], SealEnvelope(CertificateIn(a[0]), ReadWholeFile(a[1]))); }}},
