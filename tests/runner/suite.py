@@ -59,6 +59,8 @@ def run_checks(bench, tally, options):
         table["includes"] = [*python, ROOT / "tests/check_includes"]
         table["includes self-test"] = [*python, ROOT / "tests/check_includes", "--self-test"]
         table["fuzz"] = [*python, ROOT / "tests/native/fuzz", "--build", options.native]
+        for name in ("messages_and_keys", "xml_and_chains"):
+            table[f"interop {name}"] = [*python, ROOT / "tests/softkey/interop" / name, "--build", options.native]
         table["coverage self-test"] = [*python, ROOT / "tests/coverage", "--self-test"]
         table["runner self-test"] = [*python, ROOT / "tests/runner/selftest.py"]
     chosen = [label for label in table if not options.filter or options.filter in label]
