@@ -31,10 +31,10 @@ bool IsKnownAnswer(HRESULT answer)
     }
 }
 
-// Pieces of texts; none is a file's name.
+// Pieces of texts. None leads out of the folder that the host works in: one of the methods renames files.
 const wchar_t* const kPieces[] = {L"c1",           L"c2/SN02",    L"/",    L"||",         L"&&&", L"fact",
                                   L"\x4E2D\x6587", L"\xD83D",     L"%s%n", L"2030/01/02", L" ",   L"A",
-                                  L"-1",           L"9999999999", L"..\\", L"\r\n"};
+                                  L"-1",           L"9999999999", L"%n",   L"\r\n"};
 
 ComPtr<IConnectionPoint> EventPointOf(IUnknown* control)
 {
@@ -130,8 +130,10 @@ std::wstring MixedUse::AnyText()
 
 Value MixedUse::AnyValue(const ScriptedParameter& parameter)
 {
-    // A key file of a negative length ends in the guard by design.
-    if (Any(2) == 0 || std::wstring_view(parameter.name) == L"nMaxLen") return SampleFor(parameter);
+    // A key file of a negative length ends in the guard by design. And whatever becomes of an invented name,
+    // nothing may be renamed: the file that is not there stays the source.
+    const std::wstring_view name(parameter.name);
+    if (Any(2) == 0 || name == L"nMaxLen" || name == L"oldname") return SampleFor(parameter);
     if (m_arguments == Arguments::OfTheRightType) {
         const auto number = static_cast<int>(m_random());
         return parameter.type == VT_BSTR ? Value(AnyText())
