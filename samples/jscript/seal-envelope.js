@@ -1,6 +1,7 @@
 // Seals a text for the owner of a container, who alone can open it, and opens it again.
 //     cscript //nologo seal-envelope.js CONTAINER PIN [TEXT [FOLDER]]
 // With a folder it leaves envelope.p7m and recipient.cer there.
+// An empty text stands for the sample's own.
 
 function show(asked, answer) {
     WScript.Echo(asked);
@@ -13,7 +14,7 @@ function main(given) {
         WScript.Echo("usage: cscript //nologo seal-envelope.js CONTAINER PIN [TEXT [FOLDER]]");
         return 2;
     }
-    var container = given(0), text = given.length > 2 ? given(2) : "Secret \u79d8\u5bc6 42";
+    var container = given(0), text = given.length > 2 && given(2) ? given(2) : "Secret \u79d8\u5bc6 42";
     var crypto = new ActiveXObject("TOLVSecCOM.Crypto");
     var certificate = new ActiveXObject("TOLVSecCOM.Certificate");
     var manager = new ActiveXObject("TOLVSecCOM.DeviceMgr");

@@ -1,6 +1,7 @@
 // Signs a text as a PKCS #7 message, which carries text and certificate with it, and takes it apart again.
 //     cscript //nologo sign-message.js CONTAINER PIN [TEXT [FOLDER]]
 // With a folder it leaves message.p7b there, for other programs to verify.
+// An empty text stands for the sample's own.
 
 function show(asked, answer) {
     WScript.Echo(asked);
@@ -19,7 +20,7 @@ function main(given) {
         WScript.Echo("usage: cscript //nologo sign-message.js CONTAINER PIN [TEXT [FOLDER]]");
         return 2;
     }
-    var container = given(0), text = given.length > 2 ? given(2) : "Contract \u5408\u540c 42";
+    var container = given(0), text = given.length > 2 && given(2) ? given(2) : "Contract \u5408\u540c 42";
     var crypto = new ActiveXObject("TOLVSecCOM.Crypto");
     var manager = new ActiveXObject("TOLVSecCOM.DeviceMgr");
 

@@ -1,6 +1,7 @@
 // Signs a text with the key of a container, verifies the signature, and shows that a changed text fails.
 //     cscript //nologo sign-text.js CONTAINER PIN [TEXT [FOLDER]]
 // With a folder it leaves text.txt, signature.bin and certificate.cer there, for other programs to verify.
+// An empty text stands for the sample's own.
 
 function show(asked, answer) {
     WScript.Echo(asked);
@@ -18,7 +19,7 @@ function main(given) {
         WScript.Echo("usage: cscript //nologo sign-text.js CONTAINER PIN [TEXT [FOLDER]]");
         return 2;
     }
-    var container = given(0), text = given.length > 2 ? given(2) : "Contract \u5408\u540c 42";
+    var container = given(0), text = given.length > 2 && given(2) ? given(2) : "Contract \u5408\u540c 42";
     var crypto = new ActiveXObject("TOLVSecCOM.Crypto");
     var certificate = new ActiveXObject("TOLVSecCOM.Certificate");
     var manager = new ActiveXObject("TOLVSecCOM.DeviceMgr");
