@@ -33,13 +33,28 @@ HRESULT Try(Call&& call) noexcept
     return result;
 }
 
+// The same for a call that gives an object. What a failed one leaves in its pointer is nobody's reference:
+// releasing it would take one from somebody else, or fault.
+template <class T, class Call>
+HRESULT Ask(ForeignPtr<T>& answer, Call&& call) noexcept
+{
+    void** const pointer = answer.putVoid();
+    const HRESULT result = Try([&] { return call(pointer); });
+    if (FAILED(result)) answer.Detach();
+    return result;
+}
+
 HRESULT FindEvents(IDispatch* control, ForeignPtr<IConnectionPoint>& events) noexcept
 {
     ForeignPtr<IConnectionPointContainer> container;
-    HRESULT result =
-        Try([&] { return control->QueryInterface(IID_IConnectionPointContainer, container.putVoid()); });
+    HRESULT result = Ask(container, [&](void** answer) {
+        return control->QueryInterface(IID_IConnectionPointContainer, answer);
+    });
     if (FAILED(result) || !container) return E_FAIL;
-    result = Try([&] { return container->FindConnectionPoint(kBackendEventsIid, events.put()); });
+    result = Ask(events, [&](void** answer) {
+        return container->FindConnectionPoint(kBackendEventsIid,
+                                              reinterpret_cast<IConnectionPoint**>(answer));
+    });
     return SUCCEEDED(result) && events ? S_OK : E_FAIL;
 }
 
@@ -158,8 +173,8 @@ HRESULT CAxKzrApp::LoadKzrAppControl()
     }
 
     ForeignPtr<IDispatch> control;
-    const HRESULT created = Try([&] {
-        return CoCreateInstance(kBackendClsid, nullptr, CLSCTX_ALL, IID_IDispatch, control.putVoid());
+    const HRESULT created = Ask(control, [](void** answer) {
+        return CoCreateInstance(kBackendClsid, nullptr, CLSCTX_ALL, IID_IDispatch, answer);
     });
     if (FAILED(created) || !control) {
         KZR_ERROR(GetLastError(), "CAxKzrApp::LoadKzrAppControl Failed to create KzrApp control!");
@@ -168,7 +183,8 @@ HRESULT CAxKzrApp::LoadKzrAppControl()
     m_control = control;
 
     ForeignPtr<IOleObject> object;
-    const HRESULT queried = Try([&] { return control->QueryInterface(IID_IOleObject, object.putVoid()); });
+    const HRESULT queried =
+        Ask(object, [&](void** answer) { return control->QueryInterface(IID_IOleObject, answer); });
     if (FAILED(queried) || !object) return LogQueryFailure(__LINE__);
 
     CKzrControlSite* site = nullptr;
