@@ -33,9 +33,11 @@ STDMETHODIMP BackendControl::QueryInterface(REFIID iid, void** object)
     *object = nullptr;
     HRESULT result = S_OK;
     bool givesNull = false;
+    void* left = nullptr;
     const auto ask = [&](Step step, auto* answer) {
         result = m_backend.RunStep(step);
         givesNull = m_backend.At(step).givesNull;
+        left = m_backend.At(step).left;
         *object = answer;
     };
     if (IsEqualIID(iid, IID_IUnknown)) {
@@ -52,7 +54,7 @@ STDMETHODIMP BackendControl::QueryInterface(REFIID iid, void** object)
         return E_NOINTERFACE;
     }
     if (FAILED(result) || givesNull) {
-        *object = nullptr;
+        *object = left;
         return result;
     }
     AddRef();
@@ -102,7 +104,10 @@ STDMETHODIMP BackendControl::FindConnectionPoint(REFIID iid, IConnectionPoint** 
         return CONNECT_E_NOCONNECTION;
     }
     const HRESULT result = m_backend.RunStep(Step::FindConnectionPoint);
-    if (FAILED(result) || m_backend.At(Step::FindConnectionPoint).givesNull) return result;
+    if (FAILED(result) || m_backend.At(Step::FindConnectionPoint).givesNull) {
+        *point = static_cast<IConnectionPoint*>(m_backend.At(Step::FindConnectionPoint).left);
+        return result;
+    }
     *point = this;
     AddRef();
     return S_OK;
@@ -183,7 +188,10 @@ STDMETHODIMP BackendFactory::CreateInstance(IUnknown* outer, REFIID iid, void** 
         return CLASS_E_NOAGGREGATION;
     }
     const HRESULT result = m_backend.RunStep(Step::CreateInstance);
-    if (FAILED(result) || m_backend.At(Step::CreateInstance).givesNull) return result;
+    if (FAILED(result) || m_backend.At(Step::CreateInstance).givesNull) {
+        *object = m_backend.At(Step::CreateInstance).left;
+        return result;
+    }
     auto* const control = new BackendControl(m_backend);
     const HRESULT queried = control->QueryInterface(iid, object);
     if (!*object) delete control;

@@ -72,6 +72,11 @@ StepRule& StepRule::GivesNull()
     givesNull = true;
     return *this;
 }
+StepRule& StepRule::Leaves(void* pointer)
+{
+    left = pointer;
+    return *this;
+}
 StepRule& StepRule::Faults(FaultKind kind)
 {
     fault = kind;
@@ -345,7 +350,8 @@ std::size_t ScriptedBackend::CallsOf(const wchar_t* name)
 void ScriptedBackend::ForgetCalls()
 {
     const std::lock_guard held(m_mutex);
-    m_calls.clear();
+    // With its memory, which a test of growth would see.
+    std::vector<RecordedCall>().swap(m_calls);
 }
 
 int ScriptedBackend::LiveControls()

@@ -94,11 +94,13 @@ enum class Step {
 struct StepRule {
     HRESULT result = S_OK;
     bool givesNull = false;  // success with a null pointer
+    void* left = nullptr;    // what a failure leaves in the pointer that it should have set to null
     FaultKind fault = FaultKind::None;
     std::function<void()> callback;
 
     StepRule& Fails(HRESULT failure);
     StepRule& GivesNull();
+    StepRule& Leaves(void* pointer);
     StepRule& Faults(FaultKind kind);
     StepRule& Runs(std::function<void()> called);
 };
