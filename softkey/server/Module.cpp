@@ -5,6 +5,7 @@
 
 #include "com/ModuleCount.h"
 #include "com/ModulePath.h"
+#include "frame/ExceptionState.h"
 #include "registration/BackendRegistration.h"
 #include "server/ClassFactory.h"
 #include "server/EventWindow.h"
@@ -30,6 +31,7 @@ void GiveEverythingBack() noexcept
     EventWindow::ForgetClass();
     xmlCleanupParser();
     OPENSSL_cleanup();
+    EndExceptionState();
     __gnu_cxx::__freeres();
 }
 
@@ -39,8 +41,11 @@ void GiveEverythingBack() noexcept
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void* processEnds)
 {
     switch (reason) {
+        case DLL_PROCESS_ATTACH:
+            return kzr::StartExceptionState();
         case DLL_THREAD_DETACH:
             OPENSSL_thread_stop();
+            kzr::EndThreadExceptionState();
             break;
         case DLL_PROCESS_DETACH:
             if (!processEnds) kzr::softkey::GiveEverythingBack();

@@ -3,12 +3,16 @@
 #include "base/Failure.h"
 #include "crypto/Sign.h"
 #include "server/Methods.h"
+#include "server/Mutex.h"
 #include "server/Selected.h"
 #include "x509/Message.h"
 #include "xml/XmlSignature.h"
 
 namespace kzr::softkey {
 namespace {
+
+// The XML library is built without threads: its own thread state would stay behind when the module goes.
+Mutex g_xmlLock;
 
 // A signature that is no Base64 is a wrong one.
 bool ReadSignature(const std::string& text, Bytes& signature)
@@ -52,6 +56,7 @@ Answer SignDataXml(const Arguments& arguments, ControlState&)
 {
     const Selected selected = Select(arguments.Text(0));
     const KeyHandle key = selected.PrivateKey(Pair::Signing);
+    const Hold held(g_xmlLock);
     return Answer::Text(SignXml(key.get(), selected.container.signing, arguments.Text(1)));
 }
 
@@ -78,6 +83,7 @@ Answer VerifySignedMessage(const Arguments& arguments, ControlState&)
 
 Answer VerifySignedDataXml(const Arguments& arguments, ControlState&)
 {
+    const Hold held(g_xmlLock);
     return Answer::Truth(VerifyXml(arguments.Text(0)));
 }
 
@@ -98,6 +104,7 @@ Answer GetInfoFromSignedMessage(const Arguments& arguments, ControlState&)
 
 Answer GetXmlSignatureInfo(const Arguments& arguments, ControlState&)
 {
+    const Hold held(g_xmlLock);
     return Answer::Text(XmlSignatureField(arguments.Text(0), arguments.Number(1)));
 }
 

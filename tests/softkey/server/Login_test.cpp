@@ -1,0 +1,104 @@
+// How long a login lasts: for the process, and no longer than the key is plugged.
+#include <thread>
+
+#include "softkey/server/ServerTest.h"
+#include "softkey/server/Sink.h"
+#include "support/ComponentTest.h"
+
+namespace kzr::test {
+namespace {
+
+using namespace kzr::softkey;
+
+class ServerLogin : public ServerTest {
+  public:
+    HRESULT Sign(const wchar_t* id) { return Call(L"SOF_SignData", {id, L"text"}).result; }
+    // The watch tells within a moment.
+    bool LoginEnds(const wchar_t* id)
+    {
+        return PumpUntil([&] { return Sign(id) == kNotLoggedIn; }, 3000);
+    }
+};
+
+TEST_F(ServerLogin, OneLoginServesAllContainersOfItsKeyAndNoOtherKey)
+{
+    LogIn(kAlice);
+    EXPECT_EQ(S_OK, Sign(kAlice));
+    EXPECT_EQ(S_OK, Sign(kCarol));
+    EXPECT_EQ(kNotLoggedIn, Sign(kWang));
+}
+
+TEST_F(ServerLogin, ItIsTheProcesssAndNotTheControls)
+{
+    LogIn(kAlice);
+    control.Reset();
+    EXPECT_EQ(S_FALSE, dll->CanUnloadNow()) << "the login would go with the module";
+    control = NewControl();
+    EXPECT_EQ(S_OK, Sign(kAlice));
+    const ComPtr<IDispatch> other = NewControl();
+    EXPECT_EQ(S_OK, kzr::test::Call(other.Get(), L"SOF_SignData", {kCarol, L"text"}).result);
+}
+
+TEST_F(ServerLogin, PullingTheKeyEndsItAlthoughNobodyListens)
+{
+    LogIn(kAlice);
+    LogIn(kWang);
+    home->Pull("SN01");
+    EXPECT_EQ(kUnknownKey, Sign(kAlice));
+    home->Plug("SN01");
+    EXPECT_TRUE(LoginEnds(kAlice));
+    EXPECT_EQ(S_OK, Sign(kWang)) << "the other key's login stays";
+}
+
+TEST_F(ServerLogin, PullingAndPluggingAtOnceEndsItToo)
+{
+    LogIn(kAlice);
+    EXPECT_EQ(S_OK, Sign(kAlice));
+    std::thread([this] {
+        home->Pull("SN01");
+        home->Plug("SN01");
+    }).join();
+    EXPECT_TRUE(LoginEnds(kAlice));
+    LogIn(kAlice);
+    EXPECT_EQ(S_OK, Sign(kAlice));
+}
+
+TEST_F(ServerLogin, ItEndsWhenTheKeyIsDeleted)
+{
+    LogIn(kWang);
+    home->Store().Delete("SN02");
+    EXPECT_EQ(kUnknownKey, Sign(kWang));
+}
+
+TEST_F(ServerLogin, AWrongPinAndAChangedPinLeaveItAsItIs)
+{
+    LogIn(kAlice);
+    EXPECT_EQ(Bool(false), Ask(L"SOF_Login", {kAlice, L"wrong!"}));
+    EXPECT_EQ(S_OK, Sign(kAlice));
+    EXPECT_EQ(Bool(true), Ask(L"SOF_ChangePassWd", {kAlice, kWidePin, L"654321"}));
+    EXPECT_EQ(S_OK, Sign(kAlice));
+}
+
+TEST_F(ServerLogin, TheModuleMayGoOnceItHasEnded)
+{
+    LogIn(kAlice);
+    control.Reset();
+    EXPECT_EQ(S_FALSE, dll->CanUnloadNow());
+    home->Pull("SN01");
+    EXPECT_TRUE(PumpUntil([this] { return dll->CanUnloadNow() == S_OK; }));
+}
+
+TEST_F(ServerLogin, ACarelessClientCannotUnloadTheModuleUnderIt)
+{
+    LogIn(kAlice);
+    control.Reset();
+    // Without asking.
+    dll->Unload();
+    PumpUntil([] { return false; }, 700);
+    dll->Load();
+    control = NewControl();
+    EXPECT_EQ(S_OK, Sign(kAlice));
+}
+
+}  // namespace
+}  // namespace kzr::test
