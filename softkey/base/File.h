@@ -8,6 +8,9 @@
 
 #include "base/Bytes.h"
 
+// The platform's header makes a macro of this name, wherever it was included before.
+#undef ReplaceFile
+
 namespace kzr::softkey {
 
 // The whole file; throws Failure(File) when it cannot be read or is larger than `limit` bytes.

@@ -126,6 +126,8 @@ void Watcher::State::TakeNotices(DWORD size)
 
 void Watcher::State::Settle()
 {
+    // An open folder that was removed stands in the way of its successor.
+    if (!FolderExists(folder)) Forget();
     const std::set<std::string> now = CompleteKeys(folder);
     const std::set<std::string> before = known;
     for (const std::string& name : before) {

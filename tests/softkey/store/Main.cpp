@@ -1,0 +1,12 @@
+// The software key without its server: the portable rooms, the store, the tool, the registration.
+#include <gtest/gtest.h>
+
+#include "support/ChildProcess.h"
+
+int main(int argc, char** argv)
+{
+    int code = 0;
+    if (kzr::test::RanAsChild(argc, argv, code)) return code;
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
