@@ -140,7 +140,8 @@ TEST(SignedMessagesOfOthers, AreTakenWithAndWithoutAttributes)
 TEST(SignedMessagesOfOthers, TheDigestAmongTheAttributesCounts)
 {
     Bytes message = SignAsOthers(EVP_sha256(), 0);
-    const auto at = std::ranges::search(message, std::string_view("the content")).begin();
+    constexpr std::string_view kContent = "the content";
+    const auto at = std::search(message.begin(), message.end(), kContent.begin(), kContent.end());
     ASSERT_NE(at, message.end());
     *at = 'T';
     EXPECT_FALSE(VerifyMessage(message, {}));
