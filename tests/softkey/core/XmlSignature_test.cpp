@@ -52,8 +52,7 @@ TEST_P(XmlSignatureOf, DocumentsOfAllShapesVerifyAfterSigning)
     const char* const documents[] = {
         "<a/>",
         "<?xml version=\"1.0\"?><a/>",
-        "<?xml version=\"1.0\" encoding=\"GBK\" standalone=\"yes\"?>\n<!-- c --><?p i?><a> <b/>\r\n</a><!-- "
-        "d --><?p j?>\n",
+        "<?xml version='1.0' encoding='GBK' standalone='yes'?>\n<!-- c --><?p i?><a> <b/>\r\n</a><?p j?>\n",
         "\xEF\xBB\xBF<a>with a mark</a>",
         "<a xmlns=\"urn:x\" xmlns:p=\"urn:p\" p:b=\"1\" xml:lang=\"zh\"><p:c xmlns=\"\"><d/></p:c></a>",
         "<p:a xmlns:p=\"urn:p\" xmlns:ds=\"urn:other\"><ds:Signature/></p:a>",
