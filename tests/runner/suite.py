@@ -53,6 +53,10 @@ def run_checks(bench, tally, options):
     table = {"imports": imports, "imports self-test": [*python, ROOT / "tests/imports/check", "--self-test"],
              "pascal": [ROOT / "tests/pascal/check", bench.build],
              "samples": [*python, ROOT / "tests/samples/check", bench.build]}
+    if (bench.dll.parent / "KzrSoftKey_x64.dll").is_file():
+        table["samples with keys"] = [*python, ROOT / "tests/samples/with-keys", bench.build]
+    else:
+        print("samples with keys: NOT run, since the software key was not built", flush=True)
     if not options.foreign_dll:
         table["sample languages"] = [*python, ROOT / "tests/samples/languages", bench.build]
         table["docs"] = [*python, ROOT / "tests/docs/check", bench.build]
