@@ -55,8 +55,9 @@ HRESULT InPlaceActivation::TakePlace()
     OLEINPLACEFRAMEINFO info{};
     info.cb = sizeof(info);
     result = CallForeign([&] { return site->GetWindowContext(&frame, &document, &position, &clip, &info); });
-    m_frame = ForeignPtr<IOleInPlaceFrame>::Adopt(frame);
-    m_document = ForeignPtr<IOleInPlaceUIWindow>::Adopt(document);
+    // What a failed call leaves in its pointers is nobody's reference.
+    m_frame = ForeignPtr<IOleInPlaceFrame>::Adopt(FAILED(result) ? nullptr : frame);
+    m_document = ForeignPtr<IOleInPlaceUIWindow>::Adopt(FAILED(result) ? nullptr : document);
     if (FAILED(result)) return result;
     if (!m_active || !parent) return E_FAIL;
     return m_control.Window().MoveInto(parent, position, clip) ? S_OK : E_FAIL;

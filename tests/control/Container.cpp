@@ -54,7 +54,7 @@ STDMETHODIMP Container::GetWindowContext(IOleInPlaceFrame** frame, IOleInPlaceUI
 {
     EXPECT_EQ(sizeof(OLEINPLACEFRAMEINFO), info->cb);
     *document = nullptr;
-    *frame = nullptr;
+    *frame = leftFrame;
     *place = position;
     *seen = clip;
     const HRESULT answer = Record("GetWindowContext");

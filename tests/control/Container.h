@@ -33,6 +33,8 @@ class Container final : public IOleClientSite,
     // What a method answers instead of S_OK, and what runs inside it.
     std::map<std::string, HRESULT> answers;
     std::map<std::string, std::function<void()>> during;
+    // What a failure of GetWindowContext leaves where it should leave null.
+    IOleInPlaceFrame* leftFrame = nullptr;
     // Interfaces that it denies having.
     std::vector<IID> denied;
 

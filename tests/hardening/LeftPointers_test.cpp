@@ -1,8 +1,11 @@
 // A backend that fails and leaves a pointer behind, where a failure leaves null: nobody's reference, whatever
 // it points to.
+#include <oleidl.h>
+
 #include <atomic>
 
 #include "QuietTest.h"
+#include "control/Container.h"
 
 namespace kzr::test {
 namespace {
@@ -69,6 +72,28 @@ TEST_F(LeftPointers, AreIgnoredWhenTheConnectionEnds)
             EXPECT_EQ(0, backend->LiveControls());
             EXPECT_EQ(S_OK, dll->CanUnloadNow());
         }
+    }
+    EXPECT_EQ(1, bystander.References());
+}
+
+// The same of a container, in the middle of an activation.
+TEST_F(LeftPointers, OfAContainerAreNotReleased)
+{
+    TopWindow top;
+    Container container;
+    container.window = top.Get();
+    container.answers["GetWindowContext"] = E_FAIL;
+    Bystander bystander;
+    for (void* const left :
+         {static_cast<void*>(static_cast<IUnknown*>(&bystander)), reinterpret_cast<void*>(0x50)}) {
+        container.leftFrame = static_cast<IOleInPlaceFrame*>(left);
+        ComPtr<IOleObject> control;
+        ASSERT_EQ(S_OK, dll->Create(kControl.clsid, IID_IOleObject, control.putVoid()));
+        EXPECT_EQ(S_OK, control->SetClientSite(container.Site()));
+        EXPECT_EQ(E_FAIL, control->DoVerb(OLEIVERB_INPLACEACTIVATE, nullptr, container.Site(), 0, top.Get(),
+                                          nullptr));
+        EXPECT_EQ(S_OK, control->SetClientSite(nullptr));
+        container.Take();
     }
     EXPECT_EQ(1, bystander.References());
 }
