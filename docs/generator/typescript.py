@@ -28,7 +28,8 @@ def parameters(method):
 def members(interface):
     for method in interface.methods:
         yield f"        /** {method.help}. */"
-        yield f"        {method.name}({parameters(method)}): {TYPES[method.result]};"
+        line = f"        {method.name}({parameters(method)}): {TYPES[method.result]};"
+        yield line if len(line) <= 118 else line.replace("(", "(\n            ", 1)
 
 
 def render():

@@ -112,7 +112,8 @@ declare namespace KzrSecX {
         /** Gives the digest of a file. */
         HashFile(sInFile: string): string;
         /** Accepted for old pages; changes nothing. */
-        setUserCfgEx(CfgFlag: number, sCfgValue: string, sExt1CfgValue: string, sExt2CfgValue: string, sContainerName: string): number;
+        setUserCfgEx(
+            CfgFlag: number, sCfgValue: string, sExt1CfgValue: string, sExt2CfgValue: string, sContainerName: string): number;
     }
 
     /** TOLVSecCOM.DeviceMgr */
@@ -128,7 +129,8 @@ declare namespace KzrSecX {
         /** Kept for old pages; always gives an empty text. */
         getOldKeyInfo(sContainerName: string, sPwd: string, sDeviceType: string, TypeID: number): string;
         /** Kept for old pages; always refused. */
-        changeOldKeyPwd(sContainerName: string, sDeviceType: string, Port: number, sOldPwd: string, sNewPwd: string): number;
+        changeOldKeyPwd(
+            sContainerName: string, sDeviceType: string, Port: number, sOldPwd: string, sNewPwd: string): number;
         /** Reads a file of the key of an extension library. */
         getKeyData(sExtLib: string, sKeyFile: string): string;
         /** Gives the serial number of the key of an extension library. */
@@ -140,11 +142,13 @@ declare namespace KzrSecX {
         /** Creates a file of blanks on the key of an extension library. */
         creatKeyFile(sExtLib: string, sKeyFile: string, nMaxLen: number): number;
         /** Kept for old pages; always refused. */
-        changeUserPin2(sCSPName: string, sExtLib: string, sOldPin: string, sNewPin1: string, sNewPin2: string): number;
+        changeUserPin2(
+            sCSPName: string, sExtLib: string, sOldPin: string, sNewPin1: string, sNewPin2: string): number;
         /** Logs in to the key of a container. */
         userLoginEx(sCSPName: string, sContainerName: string, sExtLib: string, sUserPin: string): number;
         /** Changes the PIN of the key of a container. */
-        changeUserPinEx(sCSPName: string, sContainerName: string, sExtLib: string, sOldPin: string, sNewPin: string): number;
+        changeUserPinEx(
+            sCSPName: string, sContainerName: string, sExtLib: string, sOldPin: string, sNewPin: string): number;
         /** Gives the PIN retries that the key of a container has left. */
         getKeyRetrysEx(sContainerName: string, sExtLib: string): number;
         /** Reads a file of the key of a container. */
