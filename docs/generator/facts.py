@@ -38,6 +38,7 @@ GIVES = {
     "serial2": "the serial number",
     "csp1": "the name",
     "library1": "the name",
+    "count": "the number, as a text",
     "users": "the list",
     "keys": "the list",
     "nothing": "nothing",

@@ -22,6 +22,9 @@ at the backend calls.
 - An object cannot be created without a backend. When one is created, the component reads the user list and
   the names of the keys (`SOF_GetUserList`, and `GetDeviceInfo` 9, 8 and 7 for each user), and remembers them for all
   objects of the process. Methods that take a container, a CSP name or a library look there.
+- A call that ends in the guard (a fault inside the backend, no memory, an impossible argument) gives the empty answer,
+  `0` or an empty text, and the log says `receive a fatal error!!!`. Where `0` stands for success a careful caller
+  therefore looks at what came of it as well: the signature, the file.
 - "Failure" is a backend call that fails, or that answers with an empty text or with no. What the backend said stands
   in the [log](log.md).
 
@@ -51,9 +54,8 @@ INTROS = {
                           "window and reads the user list; a window that cannot be made is an error of the script.",
 }
 KINDS = {
-    "unsupported": "Kept for old pages and not supported: the log says `not support!`.",
-    "accepted": "Kept for old pages: accepted, and nothing else.",
-    "fixed": "Kept for old pages.",
+    "unsupported": "The log says `not support!`.",
+    "accepted": "Accepted, and nothing else.",
 }
 
 

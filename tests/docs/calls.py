@@ -42,7 +42,7 @@ NO_LIST_RULES = "SOF_GetUserList = hresult 80004005\n"
 # Arguments by the parameter's name; any other text is its own name, any other number 7.
 EXAMPLES = {"sContainerName": "c1", "sContainnerName": "c1", "strContainerName": "c1", "sCSPName": "CSP2",
             "sExtLib": "EXT2", "nMaxLen": 3}
-LISTS = {"containers": "c2&&&", "serial1": "SN01", "serial2": "SN02", "csp1": "CSP1", "library1": "EXT1",
+LISTS = {"containers": "c2&&&", "serial1": "SN01", "serial2": "SN02", "csp1": "CSP1", "library1": "EXT1", "count": "2",
          "users": "Alice||c1&&&Bob||c2&&&", "keys": "CSP1||EXT1&&&CSP2||EXT2&&&", "certificate": "CERT",
          "number": 9, "lower": "20301231120000z", "date": "2030/12/31"}
 # Waits for a person.
