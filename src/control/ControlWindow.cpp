@@ -13,6 +13,9 @@ constexpr wchar_t kClassName[] = L"KzrSecX.USBKeyPnPActiveX";
 
 HINSTANCE Instance() noexcept { return ThisModule(); }
 
+// Of two apartments that make their first windows at once, one would find the class neither there nor free.
+SRWLOCK g_registering = SRWLOCK_INIT;
+
 // Registered with the first window and taken back at module shut-down, since the procedure goes with the
 // module. The class belongs to the module's instance, so other builds of it may be loaded beside.
 bool RegisterClassOnce(WNDPROC procedure) noexcept
@@ -44,7 +47,10 @@ ControlWindow* WindowOf(HWND window) noexcept
 
 bool ControlWindow::Create(HWND parent) noexcept
 {
-    if (!RegisterClassOnce(&Procedure)) return false;
+    AcquireSRWLockExclusive(&g_registering);
+    const bool registered = RegisterClassOnce(&Procedure);
+    ReleaseSRWLockExclusive(&g_registering);
+    if (!registered) return false;
     const HWND made = CreateWindowExW(0, kClassName, nullptr, WS_CHILD | WS_CLIPSIBLINGS | WS_CLIPCHILDREN, 0,
                                       0, 0, 0, parent, nullptr, Instance(), this);
     // A handler inside the creation may have destroyed the window again.

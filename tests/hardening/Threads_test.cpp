@@ -62,12 +62,18 @@ class Caller {
                            [](const Made& made) { return !!made.object; });
     }
 
-    HRESULT CallOne()
+    // "" when it went well, else what did not.
+    std::string CallOne()
     {
         const HardenedMethod& method = *m_methods[m_random() % m_methods.size()];
         const auto made = std::find_if(m_objects.begin(), m_objects.end(),
                                        [&](const Made& one) { return one.made == method.made; });
-        return Call(made->object.Get(), method.method->id, SamplesFor(*method.method)).result;
+        const CallResult called = Call(made->object.Get(), method.method->id, SamplesFor(*method.method));
+        if (called.result == S_OK) return "";
+        char text[160];
+        snprintf(text, sizeof(text), "%s answered %lx (exception %lx)\n", method.Name().c_str(),
+                 called.result, called.exception);
+        return text;
     }
 
     // One whose answer is known.
@@ -104,7 +110,10 @@ TEST_F(Threads, EightApartmentsOfMixedCallsNeverMeetInTheBackend)
                       return;
                   }
                   for (int i = 0; i < calls; ++i) {
-                      failed += caller.CallOne() != S_OK;
+                      if (const std::string trouble = caller.CallOne(); !trouble.empty()) {
+                          std::fputs(trouble.c_str(), stdout);
+                          ++failed;
+                      }
                       ++done;
                       if (i % 100 == 0) {
                           wrong += !caller.SignsRight();
@@ -256,6 +265,27 @@ TEST_F(Threads, EightThatComeFirstMakeOneInstanceTogether)
     CountCalls();
     ExpectNoOverlap();
     Did("threads", rounds, "races for the first creation");
+}
+
+// Each round with the module loaded anew, so that the window class is registered again.
+TEST_F(Threads, ControlsThatMakeTheirFirstWindowsTogetherAllGetOne)
+{
+    const int rounds = Rounds(30, 300);
+    Watchdog watchdog(kTooLong);
+    std::atomic<long> refused{0};
+    for (int i = 0; i < rounds; ++i) {
+        Gathering start(kThreads);
+        EXPECT_EQ(0, RunInApartments(*backend, kThreads, [&](int) {
+                      const ComPtr<IDispatch> control = MakeOf(kControl);
+                      start.Wait();
+                      refused += !control || Call(control.Get(), L"EnumUsbKey").result != S_OK;
+                      start.Wait();
+                  }));
+        Reload();
+        watchdog.Beat("first windows", i);
+    }
+    EXPECT_EQ(0, refused);
+    Did("threads", rounds, "races for the first window");
 }
 
 // The plant for the detector of the tests above: calls that nobody keeps apart.
