@@ -15,7 +15,12 @@ void Gathering::Wait()
         ++m_round;
         return;
     }
-    while (m_round == round) SwitchToThread();
+    for (int spins = 0; m_round == round; ++spins) {
+        if (spins < 50)
+            SwitchToThread();
+        else
+            Sleep(1);
+    }
 }
 
 RegisteredHere::RegisteredHere(ScriptedBackend& backend)
