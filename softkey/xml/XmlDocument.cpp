@@ -17,7 +17,10 @@ namespace kzr::softkey {
 namespace {
 
 constexpr std::size_t kTextLimit = std::size_t{8} << 20;
+// Of an element, namespaces included.
 constexpr std::size_t kMostAttributes = 256;
+// In scope of an element.
+constexpr std::size_t kMostNamespaces = 256;
 // Steps of the canonical form, about a second.
 constexpr std::size_t kMostWork = std::size_t{1} << 28;
 
@@ -46,46 +49,71 @@ class SilentErrors {
     void* m_context;
 };
 
-// Where what begins at `at` ends, behind `end`.
-std::size_t Behind(std::string_view text, std::size_t at, std::string_view end)
-{
-    const std::size_t found = text.find(end, at);
-    return found == std::string_view::npos ? text.size() : found + end.size();
-}
+// Counts what the parser takes quadratic time for, before the parser sees it. What is not well-formed may be
+// counted wrongly: the parser stops there.
+class Counter {
+  public:
+    explicit Counter(std::string_view text) : m_text(text) {}
 
-// Behind the tag that begins at `at`; counts its attributes by their equals signs.
-std::size_t BehindTag(std::string_view text, std::size_t at)
-{
-    std::size_t attributes = 0;
-    for (; at < text.size() && text[at] != '>'; ++at) {
-        if (text[at] == '"' || text[at] == '\'') {
-            at = text.find(text[at], at + 1);
-            if (at == std::string_view::npos) {
-                return text.size();
+    void Count()
+    {
+        while ((m_at = m_text.find('<', m_at)) != std::string_view::npos) {
+            const std::string_view rest = m_text.substr(m_at);
+            if (rest.starts_with("<!--")) {
+                PassBy(4, "-->");
+            } else if (rest.starts_with("<![CDATA[")) {
+                PassBy(0, "]]>");
+            } else if (rest.starts_with("<?")) {
+                PassBy(0, "?>");
+            } else if (rest.starts_with("</")) {
+                PassBy(0, ">");
+                if (m_inScope.size() > 1) {
+                    m_inScope.pop_back();
+                }
+            } else {
+                CountTag();
             }
-        } else if (text[at] == '=' && ++attributes > kMostAttributes) {
-            ThrowUnreadable("an element has too many attributes");
         }
     }
-    return at;
-}
 
-void CountAttributes(std::string_view text)
-{
-    std::size_t at = 0;
-    while ((at = text.find('<', at)) != std::string_view::npos) {
-        const std::string_view rest = text.substr(at);
-        if (rest.starts_with("<!--")) {
-            at = Behind(text, at + 4, "-->");
-        } else if (rest.starts_with("<![CDATA[")) {
-            at = Behind(text, at, "]]>");
-        } else if (rest.starts_with("<?")) {
-            at = Behind(text, at, "?>");
-        } else {
-            at = BehindTag(text, at + 1);
+  private:
+    void PassBy(std::size_t begin, std::string_view end)
+    {
+        const std::size_t found = m_text.find(end, m_at + begin);
+        m_at = found == std::string_view::npos ? m_text.size() : found + end.size();
+    }
+
+    void CountTag()
+    {
+        std::size_t attributes = 0;
+        std::size_t namespaces = m_inScope.back();
+        std::size_t name = ++m_at;
+        for (; m_at < m_text.size() && m_text[m_at] != '>'; ++m_at) {
+            const char c = m_text[m_at];
+            if (c == '"' || c == '\'') {
+                m_at = std::min(m_text.find(c, m_at + 1), m_text.size() - 1);
+            } else if (c == '=') {
+                ++attributes;
+                namespaces += m_text.substr(name, m_at - name).starts_with("xmlns") ? 1 : 0;
+            } else if (IsBlank(c) && m_at + 1 < m_text.size() && !IsBlank(m_text[m_at + 1]) &&
+                       m_text[m_at + 1] != '=') {
+                name = m_at + 1;
+            }
+            if (attributes > kMostAttributes || namespaces > kMostNamespaces) {
+                ThrowUnreadable("an element has too many attributes or namespaces");
+            }
+        }
+        if (m_text[m_at - 1] != '/') {
+            m_inScope.push_back(namespaces);
         }
     }
-}
+
+    static bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+    std::string_view m_text;
+    std::size_t m_at = 0;
+    std::vector<std::size_t> m_inScope = {0};
+};
 
 // The next node in document order below `top`, null behind the last.
 xmlNode* Next(xmlNode* node, const xmlNode* top)
@@ -174,7 +202,7 @@ DocumentHandle ParseXml(std::string_view text)
     if (text.size() > kTextLimit) {
         ThrowUnreadable("it is larger than 8 MiB");
     }
-    CountAttributes(text);
+    Counter(text).Count();
     xmlInitParser();
     const SilentErrors silent;
     const std::unique_ptr<xmlParserCtxt, FreeParser> parser(xmlNewParserCtxt());

@@ -17,7 +17,8 @@ using DocumentHandle = std::unique_ptr<xmlDoc, FreeDocument>;
 
 // UTF-8 whatever the document declares, since the text came through an interface of strings. Throws
 // Failure(BadData) for what is not well-formed XML 1.0 with namespaces, holds a DOCTYPE, or is beyond the
-// limits: 8 MiB, 256 levels, 256 attributes of an element, and what would take the canonical form too long.
+// limits: 8 MiB, 256 levels, 256 attributes of an element and namespaces in its scope, and what would take
+// the canonical form too long.
 DocumentHandle ParseXml(std::string_view text);
 
 // Canonical XML 1.0 without comments: of the whole document, or of one element with all it holds.

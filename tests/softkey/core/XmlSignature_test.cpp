@@ -307,6 +307,34 @@ TEST_P(XmlSignatureOf, DocumentsThatWouldTakeForeverAreRefused)
     }
 }
 
+TEST_P(XmlSignatureOf, NamespacesAreCountedDownTheLevels)
+{
+    const auto nested = [](int levels, const std::string& between) {
+        std::string begin;
+        std::string end;
+        for (int level = 0; level < levels; ++level) {
+            begin += "<a";
+            for (int i = 0; i < 100; ++i) {
+                begin += " xmlns:n" + std::to_string(level) + "-" + std::to_string(i) + between + "=" +
+                         between + "'urn:x'";
+            }
+            begin += ">";
+            end += "</a>";
+        }
+        return begin + "<b xmlns:p='urn:p'/><b xmlns:p='urn:p'/>" + end;
+    };
+    EXPECT_TRUE(VerifyXml(Signed(nested(2, ""))));
+    for (const char* between : {"", " ", "\n\t "}) {
+        EXPECT_EQ(CauseOf([&] { Signed(nested(3, between)); }), Cause::BadData) << between;
+    }
+    // Beside each other they are not in scope together.
+    std::string beside;
+    for (int i = 0; i < 500; ++i) {
+        beside += "<p:b xmlns:p='urn:p'><c/></p:b><b xmlns='urn:q'/>";
+    }
+    EXPECT_TRUE(VerifyXml(Signed("<a>" + beside + "</a>")));
+}
+
 TEST_P(XmlSignatureOf, EqualsSignsThatAreNoAttributesAreNotCounted)
 {
     const std::string many(1000, '=');
