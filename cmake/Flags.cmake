@@ -30,6 +30,21 @@ if(WIN32)
     -static -fstack-protector-strong -Wl,--gc-sections -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
 endif()
 
+# What only the component's own rooms are built with.
+add_library(kzr_room_flags INTERFACE)
+if(WIN32)
+  target_compile_options(kzr_room_flags INTERFACE
+    $<$<COMPILE_LANGUAGE:CXX>:
+      $<$<CONFIG:Release>:-Oz>
+      -fno-rtti
+      # Both make copies of library templates that every file would then hold for itself.
+      -fno-ipa-sra -fno-ipa-cp
+      # Every function has unwind information, which this linker keeps together with its function: nothing
+      # would be dropped, and each section of its own is padded.
+      -fno-function-sections -fno-data-sections
+      >)
+endif()
+
 if(KZR_UBSAN_TRAP)
   # No sanitizer runtime exists for PE: undefined behaviour ends in an illegal instruction instead.
   target_compile_options(kzr_flags INTERFACE -fsanitize=undefined -fsanitize-undefined-trap-on-error

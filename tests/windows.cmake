@@ -70,7 +70,7 @@ if(TARGET kzr_hardening_tests)
 endif()
 # Objects that no client can hold.
 kzr_test_program(objects ROOMS fault com log backend cache frame objects control)
-kzr_test_program(registration ROOMS fault)
+kzr_test_program(registration ROOMS fault com)
 # In containers, with windows: needs a display.
 kzr_test_program(control)
 if(TARGET kzr_control_tests)

@@ -3,44 +3,52 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
 #include <string>
 
-#include "com/Bstr.h"
 #include "com/Variant.h"
 
 namespace kzr {
 
-// The three kinds of argument that the backend is given. Every text is a new copy; a null one stays null.
-inline Variant MakeArgument(const wchar_t* text) { return Variant::OfText(Bstr(text).Detach()); }
-inline Variant MakeArgument(const std::wstring& text) { return MakeArgument(text.c_str()); }
-inline Variant MakeArgument(short value) noexcept { return Variant::OfShort(value); }
-inline Variant MakeArgument(long value) noexcept { return Variant::OfLong(value); }
-// An earlier result as it stands, whatever its type.
-Variant MakeArgument(const Variant& result);
-Variant MakeArgument(int value) = delete;  // 16 or 32 bits: the caller must say
-Variant MakeArgument(bool value) = delete;
+// A value as the caller holds it: one of the kinds that the backend is given. Nothing is copied before the
+// call is made, and the making is one function for all calls.
+class Argument {
+  public:
+    // A null text stays null.
+    Argument(const wchar_t* text) noexcept : m_kind(VT_BSTR), m_text(text) {}
+    Argument(const std::wstring& text) noexcept : Argument(text.c_str()) {}
+    Argument(short value) noexcept : m_kind(VT_I2), m_number(value) {}
+    Argument(long value) noexcept : m_kind(VT_I4), m_number(value) {}
+    // An earlier result as it stands, whatever its type.
+    Argument(const Variant& result) noexcept : m_kind(VT_VARIANT), m_result(&result) {}
+    Argument(int value) = delete;  // 16 or 32 bits: the caller must say
+    Argument(bool value) = delete;
 
-template <std::size_t Count>
+    // A value of its own, for an empty `to`. Throws ComError, and the faults of a caller's memory.
+    void CopyTo(VARIANT* to) const;
+
+  private:
+    VARTYPE m_kind;
+    union {
+        const wchar_t* m_text;
+        long m_number;
+        const Variant* m_result;
+    };
+};
+
 class Arguments {
   public:
-    template <class... Values>
-    explicit Arguments(const Values&... values)
-    {
-        std::size_t next = Count;
-        ((m_reversed[--next] = MakeArgument(values)), ...);
-    }
+    static constexpr unsigned kMost = 6;
 
-    VARIANT* data() noexcept { return Count == 0 ? nullptr : m_reversed[0].raw(); }
-    static constexpr unsigned size() noexcept { return static_cast<unsigned>(Count); }
+    Arguments(const Argument* values, unsigned count);
+
+    VARIANT* data() noexcept { return m_count == 0 ? nullptr : m_reversed[0].raw(); }
+    unsigned size() const noexcept { return m_count; }
 
   private:
     // One array element is one VARIANT, so the array is what DISPPARAMS wants.
     static_assert(sizeof(Variant) == sizeof(VARIANT));
-    std::array<Variant, Count == 0 ? 1 : Count> m_reversed;
+    std::array<Variant, kMost> m_reversed;
+    unsigned m_count;
 };
-
-template <class... Values>
-Arguments(const Values&...) -> Arguments<sizeof...(Values)>;
 
 }  // namespace kzr

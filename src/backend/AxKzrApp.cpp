@@ -7,6 +7,7 @@
 
 #include <new>
 
+#include "com/Bstr.h"
 #include "com/Immortal.h"
 #include "com/Lock.h"
 #include "log/Log.h"
@@ -67,7 +68,8 @@ void ConfigureBackend(IDispatch* control)
     DISPID id = 0;
     if (FAILED(Try([&] { return control->GetIDsOfNames(IID_NULL, &names, 1, LOCALE_USER_DEFAULT, &id); })))
         return;
-    Arguments arguments(8l, L"off");
+    const Argument values[] = {8l, L"off"};
+    Arguments arguments(values, 2);
     DISPPARAMS parameters{arguments.data(), nullptr, arguments.size(), 0};
     Variant ignored;
     Try([&] {

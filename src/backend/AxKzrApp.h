@@ -36,9 +36,11 @@ class CAxKzrApp final : public std::enable_shared_from_this<CAxKzrApp> {
     template <class... Values>
     HRESULT Call(const wchar_t* methodName, Variant& result, const Values&... values)
     {
-        Arguments arguments(values...);
-        return InvokeMethod(methodName, arguments.data(), arguments.size(), result.put());
+        static_assert(sizeof...(values) <= Arguments::kMost);
+        const Argument list[sizeof...(values) + 1] = {Argument(values)..., Argument(L"")};
+        return CallWith(methodName, result, list, sizeof...(values));
     }
+    HRESULT CallWith(const wchar_t* methodName, Variant& result, const Argument* values, unsigned count);
 
     // Registers a window for the message 0x0401; `message` is ignored, as it always was.
     void AddEventListner(HWND window, UINT message);

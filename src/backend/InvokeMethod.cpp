@@ -11,14 +11,28 @@ namespace {
 
 constexpr char kLogSource[] = "AxKzrApp";
 
+std::string Decimal(long number)
+{
+    char digits[24];
+    char* const end = digits + sizeof(digits);
+    char* start = end;
+    unsigned long rest =
+        number < 0 ? 0ul - static_cast<unsigned long>(number) : static_cast<unsigned long>(number);
+    do {
+        *--start = static_cast<char>('0' + rest % 10);
+    } while ((rest /= 10) != 0);
+    if (number < 0) *--start = '-';
+    return {start, end};
+}
+
 // A value as the call lines show it; a type that never travels here shows as nothing.
 std::string Render(const VARIANT& value)
 {
     switch (value.vt) {
         case VT_I2:
-            return std::to_string(value.iVal);
+            return Decimal(value.iVal);
         case VT_I4:
-            return std::to_string(value.lVal);
+            return Decimal(value.lVal);
         case VT_BSTR:
             return BstrToString(value.bstrVal);
         case VT_BOOL:
@@ -41,18 +55,17 @@ std::string RenderAll(const VARIANT* reversed, unsigned count)
 
 }  // namespace
 
-Variant MakeArgument(const Variant& result)
+HRESULT CAxKzrApp::CallWith(const wchar_t* methodName, Variant& result, const Argument* values,
+                            unsigned count)
 {
-    Variant copy;
-    const HRESULT copied = CallForeign([&] { return VariantCopy(copy.put(), const_cast<VARIANT*>(&result.Get())); });
-    if (FAILED(copied)) throw ComError(copied);
-    return copy;
+    Arguments arguments(values, count);
+    return InvokeMethod(methodName, arguments.data(), arguments.size(), result.put());
 }
 
 HRESULT CAxKzrApp::InvokeMethod(const wchar_t* methodName, VARIANT* args, unsigned argCount, VARIANT* result)
 {
     // The last holder may leave in the middle of this call, when the backend pumps messages.
-    const std::shared_ptr<CAxKzrApp> self = shared_from_this();
+    const std::shared_ptr<CAxKzrApp> self = weak_from_this().lock();
     const LockGuard held = BackendLock().lock();
     if (!m_loaded && !m_control) {
         KZR_ERROR(0, "CAxKzrApp::InvokeMethod have released!!!");

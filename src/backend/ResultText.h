@@ -32,7 +32,7 @@ inline std::wstring ChangedToText(const Variant& result)
     Variant text;
     const HRESULT changed = CallForeign(
         [&] { return VariantChangeType(text.put(), const_cast<VARIANT*>(&result.Get()), 0, VT_BSTR); });
-    if (FAILED(changed)) throw ComError(changed);
+    if (FAILED(changed)) Fail(changed);
     return WideText(text.Text());
 }
 

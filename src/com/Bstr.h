@@ -20,12 +20,12 @@ class Bstr {
     // A copy up to the first null character; a null text stays null. Throws ComError(E_OUTOFMEMORY).
     explicit Bstr(const wchar_t* text) : m_text(SysAllocString(text))
     {
-        if (text && !m_text) throw ComError(E_OUTOFMEMORY);
+        if (text && !m_text) Fail(E_OUTOFMEMORY);
     }
     explicit Bstr(std::wstring_view text)
         : m_text(SysAllocStringLen(text.data(), static_cast<UINT>(text.size())))
     {
-        if (!m_text) throw ComError(E_OUTOFMEMORY);
+        if (!m_text) Fail(E_OUTOFMEMORY);
     }
     Bstr(Bstr&& other) noexcept : m_text(std::exchange(other.m_text, nullptr)) {}
     Bstr& operator=(Bstr other) noexcept
@@ -41,7 +41,7 @@ class Bstr {
     {
         Bstr copy;
         copy.m_text = SysAllocStringByteLen(reinterpret_cast<const char*>(text), SysStringByteLen(text));
-        if (!copy.m_text) throw ComError(E_OUTOFMEMORY);
+        if (!copy.m_text) Fail(E_OUTOFMEMORY);
         return copy;
     }
     static Bstr Adopt(BSTR text) noexcept

@@ -3,10 +3,9 @@
 #pragma once
 
 #include <windows.h>
+#include <unknwn.h>
 
 #include <utility>
-
-#include "fault/Frames.h"
 
 namespace kzr {
 
@@ -24,17 +23,12 @@ struct DirectCounting {
 };
 
 // A fault in the other module's counting costs that one call; destructors must not throw.
+void AddRefForeign(IUnknown* object) noexcept;
+void ReleaseForeign(IUnknown* object) noexcept;
+
 struct GuardedCounting {
-    template <class T>
-    static void AddRef(T* object) noexcept
-    {
-        CallForeignQuietly([object] { return object->AddRef(); }, 0ul);
-    }
-    template <class T>
-    static void Release(T* object) noexcept
-    {
-        CallForeignQuietly([object] { return object->Release(); }, 0ul);
-    }
+    static void AddRef(IUnknown* object) noexcept { AddRefForeign(object); }
+    static void Release(IUnknown* object) noexcept { ReleaseForeign(object); }
 };
 
 template <class T, class Counting>

@@ -17,4 +17,7 @@ class ComError : public std::exception {
     HRESULT m_result;
 };
 
+// One function for all who fail, instead of a throw in each.
+[[noreturn]] void Fail(HRESULT result);
+
 }  // namespace kzr

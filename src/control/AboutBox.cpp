@@ -30,7 +30,7 @@ void ShowAboutBox(HWND inside)
     const INT_PTR ended = CallForeign([&] {
         return DialogBoxParamW(ThisModule(), MAKEINTRESOURCEW(KZR_DIALOG_ABOUT), owner, &Procedure, 0);
     });
-    if (ended <= 0) throw ComError(E_FAIL);
+    if (ended <= 0) Fail(E_FAIL);
 }
 
 }  // namespace kzr

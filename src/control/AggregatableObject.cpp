@@ -1,6 +1,12 @@
 #include "control/AggregatableObject.h"
 
 namespace kzr {
+
+HRESULT AggregatableObject::RunGuard(ResultThunk thunk, void* context) noexcept
+{
+    const ComPtr<IUnknown> alive(&m_inner);
+    return RunGuardedResult(thunk, context);
+}
 namespace {
 
 // While an object goes, references taken and given back by what it calls must not end it a second time.

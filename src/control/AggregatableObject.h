@@ -27,8 +27,7 @@ class AggregatableObject {
     template <class Body>
     HRESULT Guard(Body&& body) noexcept
     {
-        const ComPtr<IUnknown> alive(&m_inner);
-        return GuardedResult(body);
+        return RunGuard(ResultThunkOf<std::remove_reference_t<Body>>, &body);
     }
 
   protected:
@@ -50,6 +49,8 @@ class AggregatableObject {
       private:
         AggregatableObject& m_object;
     };
+
+    HRESULT RunGuard(ResultThunk thunk, void* context) noexcept;
 
     Inner m_inner{*this};
     IUnknown* const m_outer;

@@ -19,7 +19,7 @@ STDMETHODIMP ProvideClassInfo::GetClassInfo(ITypeInfo** info)
 {
     if (!info) return E_POINTER;
     *info = nullptr;
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         ComPtr<ITypeInfo> found;
         const HRESULT result = g_classInfo.Get(LOCALE_USER_DEFAULT, found);
         *info = found.Detach();

@@ -57,7 +57,7 @@ STDMETHODIMP ConnectionPoint::Advise(IUnknown* sink, DWORD* cookie)
 {
     if (cookie) *cookie = 0;
     if (!sink || !cookie) return E_POINTER;
-    return m_control.Guard([&]() -> HRESULT {
+    return m_control.Guard([=, this]() -> HRESULT {
         ForeignPtr<IUnknown> asked = QueryForeign<IUnknown>(sink, m_iid);
         // Script hosts hand out a bare dispatch interface for an event set.
         if (!asked && IsEqualIID(m_iid, DIID__DUSBKeyPnPActiveXEvents))
@@ -72,7 +72,7 @@ STDMETHODIMP ConnectionPoint::Advise(IUnknown* sink, DWORD* cookie)
 
 STDMETHODIMP ConnectionPoint::Unadvise(DWORD cookie)
 {
-    return m_control.Guard([&]() -> HRESULT {
+    return m_control.Guard([=, this]() -> HRESULT {
         const auto found = std::find_if(m_connections.begin(), m_connections.end(),
                                         [&](const Connection& each) { return each.cookie == cookie; });
         if (found == m_connections.end()) return CONNECT_E_NOCONNECTION;
@@ -87,7 +87,7 @@ STDMETHODIMP ConnectionPoint::EnumConnections(IEnumConnections** enumerator)
 {
     if (!enumerator) return E_POINTER;
     *enumerator = nullptr;
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         std::vector<ConnectionList::Held> held;
         for (const Connection& each : m_connections) held.push_back({each.sink, each.cookie});
         return Enumerator<ConnectionList>::Make(std::move(held), enumerator);

@@ -24,7 +24,7 @@ STDMETHODIMP ConnectionPointContainer::EnumConnectionPoints(IEnumConnectionPoint
 {
     if (!enumerator) return E_POINTER;
     *enumerator = nullptr;
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         std::vector<PointList::Held> points;
         points.emplace_back(&m_events);
         points.emplace_back(&m_propertyNotify);

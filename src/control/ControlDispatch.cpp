@@ -129,8 +129,8 @@ void Describe(DISPID id, HRESULT caught, EXCEPINFO* exception) noexcept
 {
     if (!exception) return;
     wchar_t text[96];
-    std::swprintf(text, std::size(text), L"Invoke CUSBKeyPnPActiveXCtrl dispid(%d): receive a fatal error!!!",
-                  static_cast<int>(id));
+    _snwprintf(text, std::size(text), L"Invoke CUSBKeyPnPActiveXCtrl dispid(%d): receive a fatal error!!!",
+               static_cast<int>(id));
     *exception = {};
     exception->bstrSource = SysAllocString(kExceptionSource);
     exception->bstrDescription = SysAllocString(text);
@@ -153,7 +153,7 @@ STDMETHODIMP ControlDispatch::GetTypeInfo(UINT index, LCID locale, ITypeInfo** i
     if (!info) return E_POINTER;
     *info = nullptr;
     if (index != 0) return DISP_E_BADINDEX;
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         ComPtr<ITypeInfo> found;
         const HRESULT result = g_typeInfo.Get(locale, found);
         *info = found.Detach();
@@ -163,7 +163,7 @@ STDMETHODIMP ControlDispatch::GetTypeInfo(UINT index, LCID locale, ITypeInfo** i
 
 STDMETHODIMP ControlDispatch::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID locale, DISPID* ids)
 {
-    return m_control.Guard([&] { return g_typeInfo.GetIDsOfNames(names, count, locale, ids); });
+    return m_control.Guard([=, this] { return g_typeInfo.GetIDsOfNames(names, count, locale, ids); });
 }
 
 STDMETHODIMP ControlDispatch::Invoke(DISPID id, REFIID iid, LCID, WORD flags, DISPPARAMS* parameters,

@@ -23,16 +23,16 @@ constexpr long kCspName = 9;
 
 bool CUSBKeyPnPActiveXCtrl::Begin(const LogText& start, const LogText& notInitialized) const
 {
-    WriteLog(kLogSource, start.line, kLogTrace, 0, "%s", start.text);
+    WriteText(kLogSource, start, kLogTrace, 0);
     if (m_backend && m_cache) return true;
-    WriteLog(kLogSource, notInitialized.line, kLogError, 0, "%s", notInitialized.text);
+    WriteText(kLogSource, notInitialized, kLogError, 0);
     return false;
 }
 
 void CUSBKeyPnPActiveXCtrl::Unsupported(const LogText& start, const LogText& notice) const
 {
-    WriteLog(kLogSource, start.line, kLogTrace, 0, "%s", start.text);
-    WriteLog(kLogSource, notice.line, kLogNotice, 0, "%s", notice.text);
+    WriteText(kLogSource, start, kLogTrace, 0);
+    WriteText(kLogSource, notice, kLogNotice, 0);
 }
 
 // Kept for old pages.
@@ -57,7 +57,7 @@ Bstr CUSBKeyPnPActiveXCtrl::getUserList()
         return Bstr(L"");
     }
     const std::wstring list = m_cache->GetUserList();
-    KZR_TRACE("CUSBKeyPnPActiveXCtrl: getUserList return Data(%s)...", BstrToString(list).c_str());
+    KZR_TRACE_TEXTS("CUSBKeyPnPActiveXCtrl: getUserList return Data(%s)...", list);
     KZR_TRACE("CUSBKeyPnPActiveXCtrl: GetUserList ending ok...");
     return Bstr(list);
 }
@@ -71,7 +71,7 @@ Bstr CUSBKeyPnPActiveXCtrl::getUserInfoByContainer(BSTR strContainerName, short 
               BstrToString(strContainerName).c_str(), type);
     std::wstring text;
     if (!FindUserInfo(WideText(strContainerName), type, text)) return Bstr(L"");
-    KZR_TRACE("CUSBKeyPnPActiveXCtrl: getUserInfoByContainer ending(%s)...", BstrToString(text).c_str());
+    KZR_TRACE_TEXTS("CUSBKeyPnPActiveXCtrl: getUserInfoByContainer ending(%s)...", text);
     return Bstr(text);
 }
 
@@ -145,7 +145,7 @@ Bstr CUSBKeyPnPActiveXCtrl::GetUSBKeyList()
     std::wstring list;
     for (std::wstring_view rest = numbers; !rest.empty();)
         list += KeyItem(std::wstring(TakeSerialNumber(rest)));
-    KZR_TRACE("CUSBKeyPnPActiveXCtrl: GetUSBKeyList return Data(%s)...", BstrToString(list).c_str());
+    KZR_TRACE_TEXTS("CUSBKeyPnPActiveXCtrl: GetUSBKeyList return Data(%s)...", list);
     return Bstr(list);
 }
 

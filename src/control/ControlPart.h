@@ -14,8 +14,10 @@ namespace kzr {
 class CUSBKeyPnPActiveXCtrl;
 class AggregatableObject;
 
-// The control as the parts need it before its class is complete.
-IUnknown* OuterOf(const CUSBKeyPnPActiveXCtrl& control) noexcept;
+// The control's identity as the parts need it before its class is complete.
+HRESULT QueryOuter(const CUSBKeyPnPActiveXCtrl& control, REFIID iid, void** object);
+ULONG AddRefOuter(const CUSBKeyPnPActiveXCtrl& control);
+ULONG ReleaseOuter(const CUSBKeyPnPActiveXCtrl& control);
 
 template <class Interface>
 class ControlPart : public Interface {
@@ -26,10 +28,10 @@ class ControlPart : public Interface {
 
     STDMETHODIMP QueryInterface(REFIID iid, void** object) final
     {
-        return OuterOf(m_control)->QueryInterface(iid, object);
+        return QueryOuter(m_control, iid, object);
     }
-    STDMETHODIMP_(ULONG) AddRef() final { return OuterOf(m_control)->AddRef(); }
-    STDMETHODIMP_(ULONG) Release() final { return OuterOf(m_control)->Release(); }
+    STDMETHODIMP_(ULONG) AddRef() final { return AddRefOuter(m_control); }
+    STDMETHODIMP_(ULONG) Release() final { return ReleaseOuter(m_control); }
 
   protected:
     ~ControlPart() = default;

@@ -66,7 +66,7 @@ STDMETHODIMP DataObject::GetData(FORMATETC* format, STGMEDIUM* medium)
     *medium = {};
     const HRESULT known = QueryGetData(format);
     if (FAILED(known)) return known;
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         const SIZE size = m_control.Extent();
         return format->cfFormat == CF_METAFILEPICT ? GiveMetafile(size, *medium)
                                                    : GiveEnhancedMetafile(size, *medium);
@@ -88,7 +88,7 @@ STDMETHODIMP DataObject::EnumFormatEtc(DWORD direction, IEnumFORMATETC** enumera
     if (!enumerator) return E_POINTER;
     *enumerator = nullptr;
     if (direction != DATADIR_GET) return E_NOTIMPL;
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         return Enumerator<FormatList>::Make({std::begin(kFormats), std::end(kFormats)}, enumerator);
     });
 }
@@ -102,7 +102,7 @@ ForeignPtr<IDataAdviseHolder> DataObject::Holder()
 STDMETHODIMP DataObject::DAdvise(FORMATETC* format, DWORD flags, IAdviseSink* sink, DWORD* cookie)
 {
     if (!format || !sink || !cookie) return E_POINTER;
-    return m_control.Guard([&]() -> HRESULT {
+    return m_control.Guard([=, this]() -> HRESULT {
         const auto holder = Holder();
         if (!holder) return E_OUTOFMEMORY;
         return CallForeign([&] { return holder->Advise(this, format, flags, sink, cookie); });
@@ -111,7 +111,7 @@ STDMETHODIMP DataObject::DAdvise(FORMATETC* format, DWORD flags, IAdviseSink* si
 
 STDMETHODIMP DataObject::DUnadvise(DWORD cookie)
 {
-    return m_control.Guard([&]() -> HRESULT {
+    return m_control.Guard([=, this]() -> HRESULT {
         const auto holder = m_holder;
         if (!holder) return OLE_E_NOCONNECTION;
         return CallForeign([&] { return holder->Unadvise(cookie); });
@@ -122,7 +122,7 @@ STDMETHODIMP DataObject::EnumDAdvise(IEnumSTATDATA** enumerator)
 {
     if (!enumerator) return E_POINTER;
     *enumerator = nullptr;
-    return m_control.Guard([&]() -> HRESULT {
+    return m_control.Guard([=, this]() -> HRESULT {
         const auto holder = Holder();
         if (!holder) return E_OUTOFMEMORY;
         return CallForeign([&] { return holder->EnumAdvise(enumerator); });

@@ -19,18 +19,18 @@ STDMETHODIMP InPlaceObject::GetWindow(HWND* window) { return WindowFor(m_control
 
 STDMETHODIMP InPlaceObject::InPlaceDeactivate()
 {
-    return m_control.Guard([&] { return m_control.InPlace().Deactivate(); });
+    return m_control.Guard([=, this] { return m_control.InPlace().Deactivate(); });
 }
 
 STDMETHODIMP InPlaceObject::UIDeactivate()
 {
-    return m_control.Guard([&] { return m_control.InPlace().DeactivateUi(); });
+    return m_control.Guard([=, this] { return m_control.InPlace().DeactivateUi(); });
 }
 
 STDMETHODIMP InPlaceObject::SetObjectRects(LPCRECT position, LPCRECT clip)
 {
     if (!position) return E_POINTER;
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         // A late call, after the deactivation, must not move the message-only window.
         if (m_control.InPlace().IsActive()) m_control.Window().Place(*position, clip ? *clip : *position);
         return S_OK;
@@ -43,7 +43,7 @@ STDMETHODIMP InPlaceActiveObject::GetWindow(HWND* window) { return WindowFor(m_c
 STDMETHODIMP InPlaceActiveObject::TranslateAccelerator(LPMSG message)
 {
     if (!message) return E_POINTER;
-    return m_control.Guard([&]() -> HRESULT {
+    return m_control.Guard([=, this]() -> HRESULT {
         const auto site = QueryForeign<IOleControlSite>(m_control.ClientSite().Get());
         if (!site) return S_FALSE;
         const HRESULT answer = CallForeign([&] { return site->TranslateAccelerator(message, 0); });

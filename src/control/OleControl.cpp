@@ -16,7 +16,7 @@ STDMETHODIMP OleControl::GetControlInfo(CONTROLINFO* info)
 
 STDMETHODIMP OleControl::FreezeEvents(BOOL freeze)
 {
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         m_control.FreezeEvents(freeze != FALSE);
         return S_OK;
     });

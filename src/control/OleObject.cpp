@@ -42,7 +42,7 @@ struct VerbList {
 
 STDMETHODIMP OleObject::SetClientSite(IOleClientSite* site)
 {
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         m_control.SetClientSite(ForeignPtr<IOleClientSite>(site));
         return S_OK;
     });
@@ -59,7 +59,7 @@ STDMETHODIMP OleObject::SetHostNames(LPCOLESTR, LPCOLESTR) { return S_OK; }
 
 STDMETHODIMP OleObject::Close(DWORD saveOption)
 {
-    return m_control.Guard([&]() -> HRESULT {
+    return m_control.Guard([=, this]() -> HRESULT {
         if (saveOption > OLECLOSE_PROMPTSAVE) return E_INVALIDARG;
         const ForeignPtr<IOleClientSite> site = m_control.ClientSite();
         // Nobody could say what there is to be asked about, so asking means saving here.
@@ -92,7 +92,7 @@ STDMETHODIMP OleObject::GetClipboardData(DWORD, IDataObject** data)
 
 STDMETHODIMP OleObject::DoVerb(LONG verb, LPMSG, IOleClientSite*, LONG, HWND parent, LPCRECT)
 {
-    return m_control.Guard([&]() -> HRESULT {
+    return m_control.Guard([=, this]() -> HRESULT {
         InPlaceActivation& inPlace = m_control.InPlace();
         switch (verb) {
             case OLEIVERB_SHOW:
@@ -161,7 +161,7 @@ STDMETHODIMP OleObject::SetExtent(DWORD aspect, SIZEL* size)
 {
     if (!size) return E_POINTER;
     if (aspect != DVASPECT_CONTENT) return DV_E_DVASPECT;
-    return m_control.Guard([&] { return m_control.SetExtent(*size) ? S_OK : E_INVALIDARG; });
+    return m_control.Guard([=, this] { return m_control.SetExtent(*size) ? S_OK : E_INVALIDARG; });
 }
 
 STDMETHODIMP OleObject::GetExtent(DWORD aspect, SIZEL* size)
@@ -181,7 +181,7 @@ ForeignPtr<IOleAdviseHolder> OleObject::Holder()
 STDMETHODIMP OleObject::Advise(IAdviseSink* sink, DWORD* cookie)
 {
     if (!sink || !cookie) return E_POINTER;
-    return m_control.Guard([&]() -> HRESULT {
+    return m_control.Guard([=, this]() -> HRESULT {
         const auto holder = Holder();
         if (!holder) return E_OUTOFMEMORY;
         return CallForeign([&] { return holder->Advise(sink, cookie); });
@@ -190,7 +190,7 @@ STDMETHODIMP OleObject::Advise(IAdviseSink* sink, DWORD* cookie)
 
 STDMETHODIMP OleObject::Unadvise(DWORD cookie)
 {
-    return m_control.Guard([&]() -> HRESULT {
+    return m_control.Guard([=, this]() -> HRESULT {
         const auto holder = m_holder;
         if (!holder) return OLE_E_NOCONNECTION;
         return CallForeign([&] { return holder->Unadvise(cookie); });
@@ -201,7 +201,7 @@ STDMETHODIMP OleObject::EnumAdvise(IEnumSTATDATA** enumerator)
 {
     if (!enumerator) return E_POINTER;
     *enumerator = nullptr;
-    return m_control.Guard([&]() -> HRESULT {
+    return m_control.Guard([=, this]() -> HRESULT {
         const auto holder = Holder();
         if (!holder) return E_OUTOFMEMORY;
         return CallForeign([&] { return holder->EnumAdvise(enumerator); });

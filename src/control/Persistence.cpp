@@ -82,13 +82,13 @@ STDMETHODIMP PersistStream::IsDirty() { return m_control.IsDirty() ? S_OK : S_FA
 STDMETHODIMP PersistStream::Load(LPSTREAM stream)
 {
     if (!stream) return E_POINTER;
-    return m_control.Guard([&] { return ReadState(m_control, stream); });
+    return m_control.Guard([=, this] { return ReadState(m_control, stream); });
 }
 
 STDMETHODIMP PersistStream::Save(LPSTREAM stream, BOOL clearDirty)
 {
     if (!stream) return E_POINTER;
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         const HRESULT result = WriteState(m_control, stream);
         if (SUCCEEDED(result) && clearDirty) m_control.Saved();
         return result;
@@ -121,7 +121,7 @@ STDMETHODIMP PersistStorage::InitNew(LPSTORAGE storage)
 STDMETHODIMP PersistStorage::Load(LPSTORAGE storage)
 {
     if (!storage) return E_POINTER;
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         IStream* opened = nullptr;
         const HRESULT result = CallForeign([&] {
             return storage->OpenStream(kContents, nullptr, STGM_READ | STGM_SHARE_EXCLUSIVE, 0, &opened);
@@ -134,7 +134,7 @@ STDMETHODIMP PersistStorage::Load(LPSTORAGE storage)
 STDMETHODIMP PersistStorage::Save(LPSTORAGE storage, BOOL sameAsLoad)
 {
     if (!storage) return E_POINTER;
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         IStream* made = nullptr;
         HRESULT result = CallForeign([&] {
             return storage->CreateStream(kContents, STGM_CREATE | STGM_WRITE | STGM_SHARE_EXCLUSIVE, 0, 0,
@@ -151,7 +151,7 @@ STDMETHODIMP PersistStorage::Save(LPSTORAGE storage, BOOL sameAsLoad)
 // Only now is what was saved safe.
 STDMETHODIMP PersistStorage::SaveCompleted(LPSTORAGE storage)
 {
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         if (std::exchange(m_savedIntoOwn, false) || storage) m_control.Saved();
         return S_OK;
     });
@@ -168,7 +168,7 @@ STDMETHODIMP PersistPropertyBag::InitNew()
 STDMETHODIMP PersistPropertyBag::Load(IPropertyBag* bag, IErrorLog* errors)
 {
     if (!bag) return E_POINTER;
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         // All four before any of them counts: a bag that fails half-way changes nothing.
         PersistentState state = StateOf(m_control.Extent());
         HRESULT result = ReadNumber(bag, errors, L"_Version", state.version);
@@ -182,7 +182,7 @@ STDMETHODIMP PersistPropertyBag::Load(IPropertyBag* bag, IErrorLog* errors)
 STDMETHODIMP PersistPropertyBag::Save(IPropertyBag* bag, BOOL clearDirty, BOOL)
 {
     if (!bag) return E_POINTER;
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         const PersistentState state = StateOf(m_control.Extent());
         HRESULT result = WriteNumber(bag, L"_Version", state.version);
         if (SUCCEEDED(result)) result = WriteNumber(bag, L"_ExtentX", state.extentX);
@@ -200,7 +200,7 @@ STDMETHODIMP PersistMemory::Load(LPVOID memory, ULONG size)
 {
     if (!memory) return E_POINTER;
     if (size < sizeof(PersistentState)) return E_FAIL;
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         // The caller's memory may be aligned anyhow.
         PersistentState state;
         std::memcpy(&state, memory, sizeof(state));
@@ -212,7 +212,7 @@ STDMETHODIMP PersistMemory::Save(LPVOID memory, BOOL clearDirty, ULONG size)
 {
     if (!memory) return E_POINTER;
     if (size < sizeof(PersistentState)) return E_UNEXPECTED;
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         const PersistentState state = StateOf(m_control.Extent());
         std::memcpy(memory, &state, sizeof(state));
         if (clearDirty) m_control.Saved();

@@ -27,7 +27,7 @@ HRESULT CUSBKeyPnPActiveXPropPage::FindInterface(REFIID iid, void** object) noex
 
 STDMETHODIMP CUSBKeyPnPActiveXPropPage::SetPageSite(IPropertyPageSite* site)
 {
-    return Guard([&]() -> HRESULT {
+    return Guard([=, this]() -> HRESULT {
         // A site is set once, and let go of before another one comes.
         if (site && m_site) return E_UNEXPECTED;
         m_site = ForeignPtr<IPropertyPageSite>(site);
@@ -38,7 +38,7 @@ STDMETHODIMP CUSBKeyPnPActiveXPropPage::SetPageSite(IPropertyPageSite* site)
 STDMETHODIMP CUSBKeyPnPActiveXPropPage::Activate(HWND parent, LPCRECT position, BOOL)
 {
     if (!position) return E_POINTER;
-    return Guard([&]() -> HRESULT {
+    return Guard([=, this]() -> HRESULT {
         // The parent may have taken an earlier page with it.
         if (m_page && IsWindow(m_page.Get())) return E_UNEXPECTED;
         m_page.Detach();
@@ -49,7 +49,7 @@ STDMETHODIMP CUSBKeyPnPActiveXPropPage::Activate(HWND parent, LPCRECT position, 
 
 STDMETHODIMP CUSBKeyPnPActiveXPropPage::Deactivate()
 {
-    return Guard([&]() -> HRESULT {
+    return Guard([=, this]() -> HRESULT {
         if (!m_page) return E_UNEXPECTED;
         m_page.Reset();
         return S_OK;
@@ -59,7 +59,7 @@ STDMETHODIMP CUSBKeyPnPActiveXPropPage::Deactivate()
 STDMETHODIMP CUSBKeyPnPActiveXPropPage::GetPageInfo(PROPPAGEINFO* info)
 {
     if (!info) return E_POINTER;
-    return Guard([&]() -> HRESULT {
+    return Guard([=, this]() -> HRESULT {
         // Not all frames say how much room they give; there is but one size of this structure.
         *info = {};
         info->cb = sizeof(*info);
@@ -89,7 +89,7 @@ STDMETHODIMP CUSBKeyPnPActiveXPropPage::SetObjects(ULONG count, IUnknown** objec
 STDMETHODIMP CUSBKeyPnPActiveXPropPage::Show(UINT command)
 {
     if (command != SW_SHOW && command != SW_SHOWNORMAL && command != SW_HIDE) return E_INVALIDARG;
-    return Guard([&]() -> HRESULT {
+    return Guard([=, this]() -> HRESULT {
         if (!m_page) return E_UNEXPECTED;
         ShowWindow(m_page.Get(), static_cast<int>(command));
         return S_OK;
@@ -99,7 +99,7 @@ STDMETHODIMP CUSBKeyPnPActiveXPropPage::Show(UINT command)
 STDMETHODIMP CUSBKeyPnPActiveXPropPage::Move(LPCRECT position)
 {
     if (!position) return E_POINTER;
-    return Guard([&]() -> HRESULT {
+    return Guard([=, this]() -> HRESULT {
         if (!m_page) return E_UNEXPECTED;
         MoveWindow(m_page.Get(), position->left, position->top, position->right - position->left,
                    position->bottom - position->top, TRUE);
@@ -110,7 +110,7 @@ STDMETHODIMP CUSBKeyPnPActiveXPropPage::Move(LPCRECT position)
 STDMETHODIMP CUSBKeyPnPActiveXPropPage::TranslateAccelerator(MSG* message)
 {
     if (!message) return E_POINTER;
-    return Guard([&]() -> HRESULT {
+    return Guard([=, this]() -> HRESULT {
         if (!m_page) return E_UNEXPECTED;
         const ForeignPtr<IPropertyPageSite> site = m_site;
         // An empty page takes no key; the frame's own keys are the site's business.

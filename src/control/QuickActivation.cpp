@@ -9,7 +9,7 @@ STDMETHODIMP QuickActivation::QuickActivate(QACONTAINER* container, QACONTROL* c
 {
     if (!container || !control) return E_POINTER;
     if (container->cbSize < sizeof(QACONTAINER) || control->cbSize < sizeof(QACONTROL)) return E_UNEXPECTED;
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         const ULONG size = control->cbSize;
         *control = {};
         control->cbSize = size;
@@ -35,7 +35,7 @@ STDMETHODIMP QuickActivation::QuickActivate(QACONTAINER* container, QACONTROL* c
 STDMETHODIMP QuickActivation::SetContentExtent(LPSIZEL size)
 {
     if (!size) return E_POINTER;
-    return m_control.Guard([&] { return m_control.SetExtent(*size) ? S_OK : E_INVALIDARG; });
+    return m_control.Guard([=, this] { return m_control.SetExtent(*size) ? S_OK : E_INVALIDARG; });
 }
 
 STDMETHODIMP QuickActivation::GetContentExtent(LPSIZEL size)

@@ -17,7 +17,12 @@ constexpr SIZEL kInitialExtent = {2646, 1323};  // 100 by 50 pixels at 96 to the
 
 }  // namespace
 
-IUnknown* OuterOf(const CUSBKeyPnPActiveXCtrl& control) noexcept { return control.Outer(); }
+HRESULT QueryOuter(const CUSBKeyPnPActiveXCtrl& control, REFIID iid, void** object)
+{
+    return control.Outer()->QueryInterface(iid, object);
+}
+ULONG AddRefOuter(const CUSBKeyPnPActiveXCtrl& control) { return control.Outer()->AddRef(); }
+ULONG ReleaseOuter(const CUSBKeyPnPActiveXCtrl& control) { return control.Outer()->Release(); }
 
 CUSBKeyPnPActiveXCtrl::CUSBKeyPnPActiveXCtrl(IUnknown* outer)
     : AggregatableObject(outer), m_extent(kInitialExtent)

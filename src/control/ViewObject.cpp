@@ -11,7 +11,7 @@ STDMETHODIMP ViewObject::Draw(DWORD aspect, LONG, void*, DVTARGETDEVICE*, HDC, H
 {
     if (aspect != DVASPECT_CONTENT) return DV_E_DVASPECT;
     if (!draw || !bounds) return E_INVALIDARG;
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         DrawControl(draw, {bounds->left, bounds->top, bounds->right, bounds->bottom});
         return S_OK;
     });
@@ -27,7 +27,7 @@ STDMETHODIMP ViewObject::GetColorSet(DWORD, LONG, void*, DVTARGETDEVICE*, HDC, L
 STDMETHODIMP ViewObject::SetAdvise(DWORD aspects, DWORD flags, IAdviseSink* sink)
 {
     if (aspects & ~DWORD{DVASPECT_CONTENT}) return DV_E_DVASPECT;
-    return m_control.Guard([&] {
+    return m_control.Guard([=, this] {
         m_sink = ForeignPtr<IAdviseSink>(sink);
         m_flags = flags;
         if (flags & ADVF_PRIMEFIRST) SendChanged();

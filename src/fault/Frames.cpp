@@ -103,6 +103,21 @@ void KeepStackForHandlers()
     SetLastError(error);
 }
 
+// 0, or the code of what came out of foreign code.
+std::uint32_t CodeOutOf(Thunk thunk, void* context) noexcept
+{
+    KeepStackForHandlers();
+    std::uint32_t code = 0;
+    try {
+        code = KzrForeignFrame(thunk, context);
+    } catch (...) {
+        // A throw of the same compiler in another module: its type means nothing here.
+        code = 0x20474343;
+    }
+    RestoreGuardPage(code);
+    return code;
+}
+
 }  // namespace
 
 std::uint32_t RunOwnCode(Thunk thunk, void* context)
@@ -115,17 +130,11 @@ std::uint32_t RunOwnCode(Thunk thunk, void* context)
 
 void RunForeignCode(Thunk thunk, void* context)
 {
-    KeepStackForHandlers();
-    std::uint32_t code = 0;
-    try {
-        code = KzrForeignFrame(thunk, context);
-    } catch (...) {
-        // A throw of the same compiler in another module: its type means nothing here.
-        code = 0x20474343;
-    }
-    RestoreGuardPage(code);
+    const std::uint32_t code = CodeOutOf(thunk, context);
     if (code != 0) throw Fault(code);
 }
+
+bool RunForeignCodeQuietly(Thunk thunk, void* context) noexcept { return CodeOutOf(thunk, context) == 0; }
 
 bool HasStackLeft(std::size_t bytes) noexcept
 {

@@ -31,6 +31,8 @@ std::uint32_t RunOwnCode(Thunk thunk, void* context);
 // Runs `thunk`, which calls into another module. Whatever comes out of that, processor fault, stack overflow
 // or an exception of any runtime, is thrown from here as a `Fault`.
 void RunForeignCode(Thunk thunk, void* context);
+// The same where nothing may be thrown: false when something came out.
+bool RunForeignCodeQuietly(Thunk thunk, void* context) noexcept;
 
 // Calls into another module: `call` may hold nothing that needs a destructor, since a fault passes over it.
 template <class Call>
@@ -54,11 +56,17 @@ auto CallForeign(Call&& call)
 template <class Call, class Result>
 Result CallForeignQuietly(Call&& call, Result fallback) noexcept
 {
-    try {
-        return CallForeign(call);
-    } catch (...) {
-        return fallback;
-    }
+    struct Frame {
+        Call& call;
+        Result result;
+    } frame{call, fallback};
+    RunForeignCodeQuietly(
+        [](void* context) {
+            auto* self = static_cast<Frame*>(context);
+            self->result = self->call();
+        },
+        &frame);
+    return frame.result;
 }
 
 // True when at least `bytes` of this thread's stack are left below the caller.

@@ -6,43 +6,37 @@
 #pragma once
 
 #include "backend/AxKzrApp.h"
-#include "backend/ResultText.h"
 #include "frame/RetVal.h"
 #include "frame/ScriptableObject.h"
 #include "log/Log.h"
 
 namespace kzr {
 
-// A scriptable object with the shapes. `kSource` is the source name of its lines.
-template <class Interface>
-class AnsweringObject : public ScriptableObject<Interface> {
+// The shapes themselves. What takes a list of values only lays it out; the work is one function for all.
+class AnsweringBase : public ScriptableBase {
   protected:
-    AnsweringObject(const ClassFacts& facts, IUnknown* outer) noexcept
-        : ScriptableObject<Interface>(facts, outer), m_source(facts.logSource)
+    AnsweringBase(const ClassFacts& facts, IUnknown* outer) noexcept
+        : ScriptableBase(facts, outer), m_source(facts.logSource)
     {}
 
-    void Trace(const LogText& text) const { WriteLog(m_source, text.line, kLogTrace, 0, "%s", text.text); }
-    void Error(const LogText& text, HRESULT status) const
-    {
-        WriteLog(m_source, text.line, kLogError, static_cast<std::uint32_t>(status), "%s", text.text);
-    }
+    void Trace(const LogText& text) const;
+    void Error(const LogText& text, HRESULT status) const;
+    void Notice(const LogText& text) const;
 
     // Every forwarding method's first steps; false when the object has no backend or no cache.
-    bool Begin(const LogText& start, const LogText& notInitialized) const
-    {
-        Trace(start);
-        if (this->m_backend && this->m_cache) return true;
-        Error(notInitialized, S_OK);
-        return false;
-    }
+    bool Begin(const LogText& start, const LogText& notInitialized) const;
+
+    // What the cache answers about a caller's text.
+    using Question = std::wstring (CCacheManager::*)(const std::wstring&) const;
+    std::wstring AskCache(Question question, BSTR text) const;
 
     // Text: the backend's own string, or "" when the call failed or had none.
     template <class... Values>
     void AnswerText(BSTR* retVal, const LogText& success, const LogText& failure, const wchar_t* method,
                     const Values&... values)
     {
-        Variant result;
-        FinishText(retVal, this->m_backend->Call(method, result, values...), result, success, failure);
+        const Argument list[] = {Argument(values)...};
+        AnswerTextOf(retVal, success, failure, Request{method, list, sizeof...(values)});
     }
 
     // Yes or no: 0 for a true answer; -1 for a false one or a failed call.
@@ -50,14 +44,8 @@ class AnsweringObject : public ScriptableObject<Interface> {
     void AnswerYesNo(short* retVal, const LogText& success, const LogText& failure, const wchar_t* method,
                      const Values&... values)
     {
-        Variant result;
-        const HRESULT called = this->m_backend->Call(method, result, values...);
-        const bool yes = SUCCEEDED(called) && result.Bits16() != 0;
-        Put(retVal, yes ? 0 : -1);
-        if (yes)
-            Trace(success);
-        else
-            Error(failure, called);
+        const Argument list[] = {Argument(values)...};
+        AnswerYesNoOf(retVal, success, failure, Request{method, list, sizeof...(values)});
     }
 
     // Code: the answer is in `result` when the call succeeded; otherwise `retVal` has got `failed`.
@@ -65,7 +53,8 @@ class AnsweringObject : public ScriptableObject<Interface> {
     bool AskForCode(Integer* retVal, int failed, Variant& result, const LogText& failure,
                     const wchar_t* method, const Values&... values)
     {
-        const HRESULT called = this->m_backend->Call(method, result, values...);
+        const Argument list[] = {Argument(values)...};
+        const HRESULT called = Call(Request{method, list, sizeof...(values)}, result);
         if (SUCCEEDED(called)) return true;
         Put(retVal, failed);
         Error(failure, called);
@@ -88,24 +77,23 @@ class AnsweringObject : public ScriptableObject<Interface> {
     {
         Trace(start);
         Put(retVal, value);
-        WriteLog(m_source, notice.line, kLogNotice, 0, "%s", notice.text);
-    }
-
-    void FinishText(BSTR* retVal, HRESULT called, const Variant& result, const LogText& success,
-                    const LogText& failure) const
-    {
-        if (SUCCEEDED(called) && result.HasText()) {
-            // A caller who wants no answer is no failure; no memory for one is.
-            if (ResultToRetVal(result, retVal) == E_OUTOFMEMORY) throw ComError(E_OUTOFMEMORY);
-            Trace(success);
-        } else {
-            Put(retVal, L"");
-            Error(failure, called);
-        }
+        Notice(notice);
     }
 
   private:
+    struct Request {
+        const wchar_t* method;
+        const Argument* values;
+        unsigned count;
+    };
+    void AnswerTextOf(BSTR* retVal, const LogText& success, const LogText& failure, const Request& request);
+    void AnswerYesNoOf(short* retVal, const LogText& success, const LogText& failure, const Request& request);
+    HRESULT Call(const Request& request, Variant& result);
+
     const char* const m_source;
 };
+
+template <class Interface>
+using AnsweringObject = ScriptableObject<Interface, AnsweringBase>;
 
 }  // namespace kzr

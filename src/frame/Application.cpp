@@ -7,11 +7,6 @@
 #include "log/Log.h"
 #include "objects/Creators.h"
 
-// Frees what the C++ runtime keeps for throwing when memory is short.
-namespace __gnu_cxx {
-void __freeres();
-}
-
 namespace kzr {
 
 bool CKzrSecXApp::InitInstance() noexcept
@@ -43,7 +38,6 @@ void CKzrSecXApp::ExitInstance() noexcept
     ForgetControl();
     ForgetObjects();
     EndExceptionState();
-    __gnu_cxx::__freeres();
 }
 
 }  // namespace kzr

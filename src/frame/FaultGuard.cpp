@@ -33,4 +33,11 @@ bool RunGuarded(Thunk thunk, void* context, HRESULT& caught) noexcept
     return false;
 }
 
+HRESULT RunGuardedResult(ResultThunk thunk, void* context) noexcept
+{
+    HRESULT answer = E_FAIL;
+    HRESULT caught = E_FAIL;
+    return Guarded([&] { answer = thunk(context); }, caught) ? answer : caught;
+}
+
 }  // namespace kzr

@@ -28,13 +28,20 @@ bool Guarded(Body&& body) noexcept
     return Guarded(body, ignored);
 }
 
-// Runs a body that answers an HRESULT; what it throws becomes the answer.
+// A body that answers an HRESULT, as one function for whoever runs it.
+using ResultThunk = HRESULT (*)(void* context);
+
+template <class Body>
+constexpr ResultThunk ResultThunkOf =
+    [](void* context) -> HRESULT { return (*static_cast<Body*>(context))(); };
+
+// Runs such a body; what it throws becomes the answer.
+HRESULT RunGuardedResult(ResultThunk thunk, void* context) noexcept;
+
 template <class Body>
 HRESULT GuardedResult(Body&& body) noexcept
 {
-    HRESULT answer = E_FAIL;
-    HRESULT caught = E_FAIL;
-    return Guarded([&] { answer = body(); }, caught) ? answer : caught;
+    return RunGuardedResult(ResultThunkOf<std::remove_reference_t<Body>>, &body);
 }
 
 }  // namespace kzr

@@ -84,13 +84,13 @@ HKCR
 
 void Check(HRESULT result)
 {
-    if (FAILED(result)) throw ComError(result);
+    if (FAILED(result)) Fail(result);
 }
 
 std::wstring OwnPath()
 {
     std::wstring path = ModulePath();
-    if (path.empty()) throw ComError(HRESULT_FROM_WIN32(GetLastError()));
+    if (path.empty()) Fail(HRESULT_FROM_WIN32(GetLastError()));
     return path;
 }
 
@@ -101,12 +101,18 @@ std::wstring GuidText(REFGUID guid)
     return text.data();
 }
 
+std::wstring Decimal(unsigned number)
+{
+    wchar_t digits[12];
+    return _ultow(number, digits, 10);
+}
+
 std::wstring ResourceString(UINT number)
 {
     // With no room given, the call answers the place of the text itself.
     const wchar_t* text = nullptr;
     const int length = LoadStringW(ThisModule(), number, reinterpret_cast<wchar_t*>(&text), 0);
-    if (length <= 0) throw ComError(HRESULT_FROM_WIN32(GetLastError()));
+    if (length <= 0) Fail(HRESULT_FROM_WIN32(GetLastError()));
     return std::wstring(text, static_cast<size_t>(length));
 }
 
@@ -122,10 +128,10 @@ HRESULT RunStandardScript(const wchar_t* script, const ClassEntry& entry, Direct
     const std::wstring path = OwnPath();
     const std::wstring clsid = GuidText(*entry.clsid);
     const std::wstring description = ResourceString(entry.resource);
-    const std::wstring bitmap = std::to_wstring(KZR_BITMAP_TOOLBOX);
-    const std::wstring miscStatus = std::to_wstring(kControlMiscStatus);
+    const std::wstring bitmap = Decimal(KZR_BITMAP_TOOLBOX);
+    const std::wstring miscStatus = Decimal(kControlMiscStatus);
     const std::wstring library = GuidText(LIBID_TOLVSECCOMLib);
-    const std::wstring version = std::to_wstring(kLibraryMajor) + L"." + std::to_wstring(kLibraryMinor);
+    const std::wstring version = Decimal(kLibraryMajor) + L"." + Decimal(kLibraryMinor);
     const Replacement replacements[] = {
         {L"MODULE", path},         {L"CLSID", clsid},
         {L"PROGID", entry.progId}, {L"DESCRIPTION", description},
@@ -167,9 +173,8 @@ void RegisterLibrary()
 
 bool LibraryIsRegistered()
 {
-    const std::wstring name = L"TypeLib\\" + GuidText(LIBID_TOLVSECCOMLib) + L"\\" +
-                              std::to_wstring(kLibraryMajor) + L"." + std::to_wstring(kLibraryMinor) +
-                              L"\\0\\win64";
+    const std::wstring name = L"TypeLib\\" + GuidText(LIBID_TOLVSECCOMLib) + L"\\" + Decimal(kLibraryMajor) +
+                              L"." + Decimal(kLibraryMinor) + L"\\0\\win64";
     UniqueHkey key;
     return RegOpenKeyExW(HKEY_CLASSES_ROOT, name.c_str(), 0, KEY_READ, key.put()) != ERROR_FILE_NOT_FOUND;
 }
@@ -181,7 +186,7 @@ void UnregisterLibrary()
         UnRegisterTypeLib(LIBID_TOLVSECCOMLib, kLibraryMajor, kLibraryMinor, LANG_NEUTRAL, SYS_WIN64);
     if (!LibraryIsRegistered()) return;
     Check(result);
-    throw ComError(E_FAIL);
+    Fail(E_FAIL);
 }
 
 // A new manager for every registration, released afterwards.
@@ -225,7 +230,7 @@ try {
 template <class Step>
 void Named(HRESULT code, Step&& step)
 {
-    if (FAILED(Result(step))) throw ComError(code);
+    if (FAILED(Result(step))) Fail(code);
 }
 
 }  // namespace

@@ -58,7 +58,7 @@ class Reader {
     }
 
   private:
-    [[noreturn]] static void Fail() { throw ComError(kBadScript); }
+    [[noreturn]] static void Fail() { kzr::Fail(kBadScript); }
 
     std::vector<Node> ReadEntries()
     {
@@ -260,7 +260,7 @@ std::wstring ResourceText(UINT number)
     const HRSRC found = FindResourceW(ThisModule(), MAKEINTRESOURCEW(number), L"REGISTRY");
     const HGLOBAL loaded = found ? LoadResource(ThisModule(), found) : nullptr;
     const auto* bytes = static_cast<const char*>(loaded ? LockResource(loaded) : nullptr);
-    if (!bytes) throw ComError(HRESULT_FROM_WIN32(GetLastError()));
+    if (!bytes) Fail(HRESULT_FROM_WIN32(GetLastError()));
     const int size = static_cast<int>(SizeofResource(ThisModule(), found));
     std::wstring text(MultiByteToWideChar(CP_UTF8, 0, bytes, size, nullptr, 0), L'\0');
     MultiByteToWideChar(CP_UTF8, 0, bytes, size, text.data(), static_cast<int>(text.size()));

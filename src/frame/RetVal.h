@@ -4,19 +4,17 @@
 #include <windows.h>
 #include <oleauto.h>
 
+#include <string>
 #include <string_view>
 
 #include "com/Bstr.h"
 
 namespace kzr {
 
-inline void Put(BSTR* retVal, Bstr text) noexcept
-{
-    if (!retVal) return;
-    SysFreeString(*retVal);
-    *retVal = text.Detach();
-}
-inline void Put(BSTR* retVal, std::wstring_view text) { Put(retVal, Bstr(text)); }
+void Put(BSTR* retVal, Bstr text) noexcept;
+void Put(BSTR* retVal, std::wstring_view text);
+inline void Put(BSTR* retVal, const std::wstring& text) { Put(retVal, std::wstring_view(text)); }
+void Put(BSTR* retVal, const wchar_t* text);
 inline void Put(short* retVal, int value) noexcept
 {
     if (retVal) *retVal = static_cast<short>(value);

@@ -108,6 +108,22 @@ STDMETHODIMP ScriptableBase::SetInterfaceSafetyOptions(REFIID iid, DWORD mask, D
     return S_OK;
 }
 
+HRESULT ScriptableBase::RunScripted(DISPID id, void* retVal, Thunk empty, Thunk body, void* context) noexcept
+{
+    const ComPtr<IUnknown> alive(&m_inner);
+    bool begun = false;
+    const bool finished = Guarded([&] {
+        begun = true;
+        if (retVal) empty(retVal);
+        body(context);
+    });
+    if (finished) return S_OK;
+    // Turned away for want of stack: the caller still gets an empty answer, never what lay there before.
+    if (!begun && retVal) empty(retVal);
+    LogFatalError(id);
+    return S_OK;
+}
+
 HRESULT ScriptableBase::NamesToIds(LPOLESTR* names, UINT count, LCID locale, DISPID* ids) noexcept
 {
     return GuardedResult([&] { return m_facts.typeInfo.GetIDsOfNames(names, count, locale, ids); });
@@ -145,6 +161,21 @@ HRESULT ScriptableBase::GuardedInvoke(DISPID id, LCID locale, WORD flags, DISPPA
     // The script sees a successful call, whatever happened inside.
     LogFatalError(id);
     return S_OK;
+}
+
+HRESULT CreateWith(ScriptableMaker make, IUnknown* outer, REFIID iid, void** object) noexcept
+{
+    return GuardedResult([&]() -> HRESULT {
+        if (!object) return E_POINTER;
+        *object = nullptr;
+        // An aggregating owner must first take the identity that it will hold.
+        if (outer && !IsEqualIID(iid, IID_IUnknown)) return CLASS_E_NOAGGREGATION;
+        ScriptableBase* const made = make(outer);
+        // Born with one reference, which this pointer gives back.
+        const auto inner = ComPtr<IUnknown>::Adopt(made->InnerUnknown());
+        const HRESULT constructed = made->FinalConstruct();
+        return FAILED(constructed) ? constructed : inner->QueryInterface(iid, object);
+    });
 }
 
 }  // namespace kzr

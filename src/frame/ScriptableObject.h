@@ -9,6 +9,7 @@
 #include <atomic>
 #include <memory>
 #include <new>
+#include <type_traits>
 
 #include "backend/AxKzrApp.h"
 #include "cache/CacheManager.h"
@@ -64,18 +65,9 @@ class ScriptableBase : public IObjectSafety {
     template <class Value, class Body>
     HRESULT Scripted(DISPID id, Value* retVal, Body&& body) noexcept
     {
-        const ComPtr<IUnknown> alive(&m_inner);
-        bool begun = false;
-        const bool finished = Guarded([&] {
-            begun = true;
-            if (retVal) *retVal = Value{};
-            body();
-        });
-        if (finished) return S_OK;
-        // Turned away for want of stack: the caller still gets an empty answer, never what lay there before.
-        if (!begun && retVal) *retVal = Value{};
-        LogFatalError(id);
-        return S_OK;
+        return RunScripted(
+            id, retVal, &Empty<Value>,
+            [](void* context) { (*static_cast<std::remove_reference_t<Body>*>(context))(); }, &body);
     }
 
     std::shared_ptr<CAxKzrApp> m_backend;
@@ -93,6 +85,12 @@ class ScriptableBase : public IObjectSafety {
         ScriptableBase& m_object;
     };
 
+    template <class Value>
+    static void Empty(void* value)
+    {
+        *static_cast<Value*>(value) = Value{};
+    }
+    HRESULT RunScripted(DISPID id, void* retVal, Thunk empty, Thunk body, void* context) noexcept;
     void FinalRelease() noexcept;
     void GiveBackendBack() noexcept;
     void RefreshCache();
@@ -106,52 +104,46 @@ class ScriptableBase : public IObjectSafety {
     ModuleReference m_module;
 };
 
-// The interface's own table, each entry one line.
-template <class Interface>
-class ScriptableObject : public Interface, public ScriptableBase {
+// The interface's own table, each entry one line. `Base` is what the class builds its methods from.
+template <class Interface, class Base = ScriptableBase>
+class ScriptableObject : public Interface, public Base {
   public:
     STDMETHODIMP QueryInterface(REFIID iid, void** object) final
     {
-        return Outer()->QueryInterface(iid, object);
+        return this->Outer()->QueryInterface(iid, object);
     }
-    STDMETHODIMP_(ULONG) AddRef() final { return Outer()->AddRef(); }
-    STDMETHODIMP_(ULONG) Release() final { return Outer()->Release(); }
+    STDMETHODIMP_(ULONG) AddRef() final { return this->Outer()->AddRef(); }
+    STDMETHODIMP_(ULONG) Release() final { return this->Outer()->Release(); }
 
     STDMETHODIMP GetTypeInfoCount(UINT* count) final { return count ? (*count = 1, S_OK) : E_POINTER; }
     STDMETHODIMP GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) final
     {
-        return TypeInfoAt(index, locale, info);
+        return this->TypeInfoAt(index, locale, info);
     }
     STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID locale, DISPID* ids) final
     {
-        return NamesToIds(names, count, locale, ids);
+        return this->NamesToIds(names, count, locale, ids);
     }
     STDMETHODIMP Invoke(DISPID id, REFIID, LCID locale, WORD flags, DISPPARAMS* parameters, VARIANT* result,
                         EXCEPINFO* exception, UINT* argumentError) final
     {
-        return GuardedInvoke(id, locale, flags, parameters, result, exception, argumentError);
+        return this->GuardedInvoke(id, locale, flags, parameters, result, exception, argumentError);
     }
 
   protected:
-    using ScriptableBase::ScriptableBase;
+    using Base::Base;
     IDispatch* Dual() noexcept final { return this; }
 };
+
+using ScriptableMaker = ScriptableBase* (*)(IUnknown* outer);
+HRESULT CreateWith(ScriptableMaker make, IUnknown* outer, REFIID iid, void** object) noexcept;
 
 // Makes an object of `Class` and hands out `iid`. Nothing thrown on the way leaves; it becomes the HRESULT.
 template <class Class>
 HRESULT CreateScriptable(IUnknown* outer, REFIID iid, void** object) noexcept
 {
-    return GuardedResult([&]() -> HRESULT {
-        if (!object) return E_POINTER;
-        *object = nullptr;
-        // An aggregating owner must first take the identity that it will hold.
-        if (outer && !IsEqualIID(iid, IID_IUnknown)) return CLASS_E_NOAGGREGATION;
-        Class* const made = new Class(outer);
-        // Born with one reference, which this pointer gives back.
-        const auto inner = ComPtr<IUnknown>::Adopt(made->InnerUnknown());
-        const HRESULT constructed = made->FinalConstruct();
-        return FAILED(constructed) ? constructed : inner->QueryInterface(iid, object);
-    });
+    return CreateWith([](IUnknown* owner) -> ScriptableBase* { return new Class(owner); }, outer, iid,
+                      object);
 }
 
 }  // namespace kzr

@@ -1,10 +1,9 @@
 #include "frame/TypeInfo.h"
 
-#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
-#include <string>
-#include <string_view>
-#include <vector>
+#include <utility>
 
 #include "KzrSecX_h.h"
 #include "com/Bstr.h"
@@ -13,33 +12,74 @@
 namespace kzr {
 namespace {
 
-struct NamedId {
-    std::wstring name;
-    DISPID id;
-};
-
 constexpr wchar_t Folded(wchar_t c) { return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c + 32) : c; }
 
-// A caller's text. The library's own measuring is declared never to throw, and a fault in it would end the
-// process.
-std::wstring_view Measured(const wchar_t* text)
-{
+// A name measured and hashed in one walk, whatever its letters' case. The library's own measuring is declared
+// never to throw, and a fault in a caller's memory would end the process.
+struct HashedName {
+    explicit HashedName(const wchar_t* name) : text(name)
+    {
+        for (; name[length] != L'\0'; ++length) hash = (hash ^ Folded(name[length])) * 16777619u;
+        hash ^= hash >> 15;
+    }
+    const wchar_t* text;
     std::size_t length = 0;
-    while (text[length] != L'\0') ++length;
-    return {text, length};
-}
+    std::uint32_t hash = 2166136261u;
+};
 
-bool ComesBefore(std::wstring_view left, std::wstring_view right)
-{
-    return std::lexicographical_compare(left.begin(), left.end(), right.begin(), right.end(),
-                                        [](wchar_t a, wchar_t b) { return Folded(a) < Folded(b); });
-}
+// The names of an interface and their numbers: an open table, never more than three quarters full.
+class NameTable {
+  public:
+    void Add(Bstr name, DISPID id)
+    {
+        const HashedName hashed(name.Get());
+        Slot& slot = SlotOf(hashed);
+        if (slot.name.Get() || m_used == kMostNames) return;
+        slot.name = std::move(name);
+        slot.length = hashed.length;
+        slot.id = id;
+        ++m_used;
+    }
+    const DISPID* Find(const wchar_t* name)
+    {
+        const Slot& slot = SlotOf(HashedName(name));
+        return slot.name.Get() ? &slot.id : nullptr;
+    }
+
+  private:
+    static constexpr std::size_t kSlots = 128;
+    static constexpr std::size_t kMostNames = kSlots * 3 / 4;
+
+    struct Slot {
+        Bstr name;
+        std::size_t length = 0;
+        DISPID id = 0;
+
+        bool Has(const HashedName& sought) const
+        {
+            if (length != sought.length) return false;
+            for (std::size_t i = 0; i < length; ++i)
+                if (Folded(name.Get()[i]) != Folded(sought.text[i])) return false;
+            return true;
+        }
+    };
+
+    // The name's own slot, or the empty one where it belongs.
+    Slot& SlotOf(const HashedName& name)
+    {
+        std::size_t place = name.hash % kSlots;
+        while (m_slots[place].name.Get() && !m_slots[place].Has(name)) place = (place + 1) % kSlots;
+        return m_slots[place];
+    }
+
+    Slot m_slots[kSlots];
+    std::size_t m_used = 0;
+};
 
 // Only names that the type information itself finds, with its own answer: a dual interface also lists its
 // bases' functions, about which systems differ.
-std::vector<NamedId> NamesOf(ITypeInfo* info, UINT functions)
+void AddNames(ITypeInfo* info, UINT functions, NameTable& names)
 {
-    std::vector<NamedId> names;
     for (UINT i = 0; i < functions; ++i) {
         FUNCDESC* function = nullptr;
         if (FAILED(info->GetFuncDesc(i, &function))) continue;
@@ -49,11 +89,8 @@ std::vector<NamedId> NamesOf(ITypeInfo* info, UINT functions)
         UINT found = 0;
         if (FAILED(info->GetNames(id, name.put(), 1, &found)) || found != 1) continue;
         LPOLESTR asked = name.Get();
-        if (SUCCEEDED(info->GetIDsOfNames(&asked, 1, &id))) names.push_back({WideText(name.Get()), id});
+        if (SUCCEEDED(info->GetIDsOfNames(&asked, 1, &id))) names.Add(std::move(name), id);
     }
-    std::sort(names.begin(), names.end(),
-              [](const NamedId& left, const NamedId& right) { return ComesBefore(left.name, right.name); });
-    return names;
 }
 
 HRESULT FindIn(ITypeLib* library, REFIID iid, ComPtr<ITypeInfo>& info)
@@ -77,7 +114,7 @@ HRESULT FindTypeInfo(REFIID iid, LCID locale, ComPtr<ITypeInfo>& info)
 
 struct TypeInfo::Loaded {
     ComPtr<ITypeInfo> info;
-    std::vector<NamedId> names;  // in folded order
+    NameTable names;
 };
 
 HRESULT TypeInfo::Load(LCID locale, Loaded** loaded)
@@ -93,7 +130,7 @@ HRESULT TypeInfo::Load(LCID locale, Loaded** loaded)
     if (FAILED(described)) return described;
     const UINT functions = attributes->cFuncs;
     made->info->ReleaseTypeAttr(attributes);
-    made->names = NamesOf(made->info.Get(), functions);
+    AddNames(made->info.Get(), functions, made->names);
 
     // Two apartments may get here at once; the second one's work is dropped.
     Loaded* first = nullptr;
@@ -117,12 +154,8 @@ HRESULT TypeInfo::GetIDsOfNames(LPOLESTR* names, UINT count, LCID locale, DISPID
     const HRESULT result = Load(locale, &loaded);
     if (FAILED(result)) return result;
     if (count == 1) {
-        const std::wstring_view name = Measured(names[0]);
-        const auto found = std::lower_bound(
-            loaded->names.begin(), loaded->names.end(), name,
-            [](const NamedId& entry, std::wstring_view sought) { return ComesBefore(entry.name, sought); });
-        if (found != loaded->names.end() && !ComesBefore(name, found->name)) {
-            ids[0] = found->id;
+        if (const DISPID* const found = loaded->names.Find(names[0])) {
+            ids[0] = *found;
             return S_OK;
         }
     }

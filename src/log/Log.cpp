@@ -9,6 +9,7 @@
 #include <cstdio>
 
 #include "com/Handles.h"
+#include "com/Text.h"
 #include "fault/Frames.h"
 #include "log/LogLibrary.h"
 #include "log/LogLine.h"
@@ -90,12 +91,25 @@ void WriteToStandardOutput(const char* text, std::size_t length)
     WriteFile(output, text, static_cast<DWORD>(length), &written, nullptr);
 }
 
+void Append(const char* text, std::size_t length)
+{
+    const Turn turn;
+    if (!AppendToFile(text, length)) WriteToStandardOutput(text, length);
+}
+
 [[gnu::noinline]] void WriteLine(const LineFacts& facts, const char* format, va_list arguments)
 {
     char text[kTextModeCapacity];
-    const std::size_t length = ToTextMode(text, BuildLine(text, facts, format, arguments));
-    const Turn turn;
-    if (!AppendToFile(text, length)) WriteToStandardOutput(text, length);
+    Append(text, ToTextMode(text, BuildLine(text, facts, format, arguments)));
+}
+
+// Long enough for every fixed text of the module.
+constexpr std::size_t kLongestText = 256;
+
+[[gnu::noinline]] void WriteFixedLine(const LineFacts& facts, const LogText& text)
+{
+    char line[kPrefixCapacity + kLongestText];
+    Append(line, BuildFixedLine(line, sizeof(line), facts, text.Text()));
 }
 
 [[gnu::noinline]] void WriteToLibrary(const LineFacts& facts, const char* format, va_list arguments)
@@ -105,6 +119,15 @@ void WriteToStandardOutput(const char* text, std::size_t length)
     _vsnprintf(message, sizeof(message), format, arguments);
     message[sizeof(message) - 1] = '\0';
     WriteToLogLibrary(facts.sourceFile, facts.line, facts.level, message);
+}
+
+// Adds what only a line that is written needs.
+bool IsWanted(LineFacts& facts)
+{
+    if (facts.level > g_threshold.load(std::memory_order_relaxed)) return false;
+    GetLocalTime(&facts.time);
+    facts.threadId = GetCurrentThreadId();
+    return true;
 }
 
 }  // namespace
@@ -118,14 +141,42 @@ void WriteLog(const char* sourceFile, std::uint32_t line, std::int32_t level, st
     LineFacts facts{{}, 0, sourceFile, line, level, status};
     va_list arguments;
     va_start(arguments, format);
-    if (HasLogLibrary()) {
+    if (HasLogLibrary())
         WriteToLibrary(facts, format, arguments);
-    } else if (level <= g_threshold.load(std::memory_order_relaxed)) {
-        GetLocalTime(&facts.time);
-        facts.threadId = GetCurrentThreadId();
+    else if (IsWanted(facts))
         WriteLine(facts, format, arguments);
-    }
     va_end(arguments);
+}
+
+void WriteText(const char* sourceFile, const LogText& text, std::int32_t level, std::uint32_t status)
+{
+    const LastErrorKeeper keeper;
+    if (!HasStackLeft(kStackOfALine)) return;
+
+    LineFacts facts{{}, 0, sourceFile, text.Line(), level, status};
+    if (HasLogLibrary())
+        WriteToLogLibrary(sourceFile, facts.line, level, text.Text());
+    else if (IsWanted(facts))
+        WriteFixedLine(facts, text);
+}
+
+void TraceText(const char* sourceFile, const LogText& text) { WriteText(sourceFile, text, kLogTrace, 0); }
+
+std::string ShownText::InAnsi() const
+{
+    if (m_length == std::wstring::npos) return BstrToString(const_cast<BSTR>(m_text));
+    return BstrToString(std::wstring_view(m_text, m_length));
+}
+
+void WriteTexts(const char* sourceFile, std::uint32_t line, const char* format, const ShownText* texts,
+                std::size_t count)
+{
+    std::string shown[3];
+    for (std::size_t i = 0; i < count; ++i) shown[i] = texts[i].InAnsi();
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"  // counted where it stands
+    WriteLog(sourceFile, line, kLogTrace, 0, format, shown[0].c_str(), shown[1].c_str(), shown[2].c_str());
+#pragma GCC diagnostic pop
 }
 
 void InitLog(const char* levelName, const char* filePath)

@@ -122,6 +122,15 @@ std::size_t BuildLine(char* buffer, const LineFacts& facts, const char* format, 
     return end + 1;
 }
 
+std::size_t BuildFixedLine(char* buffer, std::size_t capacity, const LineFacts& facts, std::string_view text)
+{
+    const std::size_t prefix = BuildPrefix(buffer, facts);
+    const std::size_t length = text.copy(buffer + prefix, capacity - prefix - 2);
+    buffer[prefix + length] = '\r';
+    buffer[prefix + length + 1] = '\n';
+    return prefix + length + 2;
+}
+
 std::size_t ToTextMode(char* buffer, std::size_t length)
 {
     std::size_t feeds = 0;

@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 namespace kzr {
 
@@ -26,6 +27,13 @@ struct LineFacts {
 // Builds the line with its line feed in `buffer` (kLineCapacity bytes) and answers its length. A message that
 // does not fit is lost: the line feed then replaces the blank at the prefix's end.
 std::size_t BuildLine(char* buffer, const LineFacts& facts, const char* format, va_list arguments);
+
+// A prefix is never longer.
+constexpr std::size_t kPrefixCapacity = 384;
+
+// The same of a text without places and line feeds, with both bytes of its end as text mode wants them; what
+// does not fit is cut.
+std::size_t BuildFixedLine(char* buffer, std::size_t capacity, const LineFacts& facts, std::string_view text);
 
 // Turns every line feed of `buffer` (kTextModeCapacity bytes) into CR LF in place; answers the new length.
 std::size_t ToTextMode(char* buffer, std::size_t length);

@@ -4,6 +4,7 @@
 #include <shlobj.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -66,7 +67,8 @@ std::string LogFilePath()
     GetLogFolder(path);
     path = path.empty() ? kNoFolderPath : path + "log\\KzrSecX_";
     path += HostName();
-    path += "_PID_" + std::to_string(static_cast<int>(GetCurrentProcessId()));
+    char id[12];
+    path.append("_PID_").append(_ltoa(static_cast<long>(GetCurrentProcessId()), id, 10));
     // The folder's dots go too. A folder that has one is then no longer found, and the lines go to standard
     // output: a known limit that log readers have learned to live with.
     std::replace(path.begin(), path.end(), '.', '_');

@@ -68,7 +68,7 @@ HRESULT CreateCertificate(IUnknown* outer, REFIID iid, void** object)
     return CreateScriptable<CCertificate>(outer, iid, object);
 }
 
-CCertificate::CCertificate(IUnknown* outer) noexcept : AnsweringObject(kFacts, outer) {}
+CCertificate::CCertificate(IUnknown* outer) noexcept : AnsweringObject<ICertificate>(kFacts, outer) {}
 
 void CCertificate::Forget() noexcept { g_typeInfo.Forget(); }
 
@@ -79,7 +79,7 @@ void CCertificate::LogFatalError(DISPID id) const
 
 STDMETHODIMP CCertificate::importCert(BSTR sCertSrc, short SrcType, BSTR, short* retVal)
 {
-    return Scripted(DISPID_ICertificate_importCert, retVal, [&] {
+    return Scripted(DISPID_ICertificate_importCert, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CCertificate: importCert starting..."),
                    KZR_TEXT("CCertificate: importCert kzrappcom or cache not initialized!")))
             return Put(retVal, -1);
@@ -117,7 +117,7 @@ STDMETHODIMP CCertificate::importCert(BSTR sCertSrc, short SrcType, BSTR, short*
 bool CCertificate::ImportFromContainer(BSTR container, const wchar_t* method, const LogText& failure)
 {
     Variant certificate;
-    const std::wstring id = m_cache->GetUniqueIdByContainer(WideText(container));
+    const std::wstring id = AskCache(&CCacheManager::GetUniqueIdByContainer, container);
     const HRESULT called = m_backend->Call(method, certificate, id);
     if (FAILED(called) || !certificate.HasText()) {
         Error(failure, called);
@@ -129,7 +129,7 @@ bool CCertificate::ImportFromContainer(BSTR container, const wchar_t* method, co
 
 STDMETHODIMP CCertificate::exportCert(short DstType, BSTR, BSTR* retVal)
 {
-    return Scripted(DISPID_ICertificate_exportCert, retVal, [&] {
+    return Scripted(DISPID_ICertificate_exportCert, retVal, [=, this] {
         // The import's start line, as log readers know it.
         if (!Begin(KZR_TEXT("CCertificate: importCert starting..."),
                    KZR_TEXT("CCertificate: exportCert kzrappcom or cache not initialized!")))
@@ -149,14 +149,14 @@ STDMETHODIMP CCertificate::exportCert(short DstType, BSTR, BSTR* retVal)
         // Only the text form is given; the old file destinations write nothing.
         const std::wstring text = DstType == 1 ? current : std::wstring();
         Put(retVal, text);
-        KZR_TRACE("CCertificate: exportCert Cert(%s)", BstrToString(text).c_str());
+        KZR_TRACE_TEXTS("CCertificate: exportCert Cert(%s)", text);
         KZR_TRACE("CCertificate: exportCert ending OK...");
     });
 }
 
 STDMETHODIMP CCertificate::getBasicCertInfoByOID(short OID, BSTR* retVal)
 {
-    return Scripted(DISPID_ICertificate_getBasicCertInfoByOID, retVal, [&] {
+    return Scripted(DISPID_ICertificate_getBasicCertInfoByOID, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CCertificate: getBasicCertInfoByOID starting..."),
                    KZR_TEXT("CCertificate: getBasicCertInfoByOID kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
@@ -189,7 +189,7 @@ STDMETHODIMP CCertificate::getBasicCertInfoByOID(short OID, BSTR* retVal)
 
 STDMETHODIMP CCertificate::checkValidaty(BSTR sDate, short* retVal)
 {
-    return Scripted(DISPID_ICertificate_checkValidaty, retVal, [&] {
+    return Scripted(DISPID_ICertificate_checkValidaty, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CCertificate: checkValidaty starting..."),
                    KZR_TEXT("CCertificate: checkValidaty kzrappcom or cache not initialized!")))
             return Put(retVal, 0);
@@ -234,7 +234,7 @@ bool CCertificate::ReferenceMoment(BSTR sDate, long long& moment) const
 
 STDMETHODIMP CCertificate::getExtCertInfoByOID(BSTR sOID, BSTR* retVal)
 {
-    return Scripted(DISPID_ICertificate_getExtCertInfoByOID, retVal, [&] {
+    return Scripted(DISPID_ICertificate_getExtCertInfoByOID, retVal, [=, this] {
         // Without a backend `retVal` stays null here, where every other method gives "".
         if (!Begin(KZR_TEXT("CCertificate: getExtCertInfoByOID starting..."),
                    KZR_TEXT("CCertificate: getExtCertInfoByOID kzrappcom or cache not initialized!")))
@@ -254,7 +254,7 @@ STDMETHODIMP CCertificate::getExtCertInfoByOID(BSTR sOID, BSTR* retVal)
 
 STDMETHODIMP CCertificate::validateCert(BSTR sCertChain, BSTR sCRL, short* retVal)
 {
-    return Scripted(DISPID_ICertificate_validateCert, retVal, [&] {
+    return Scripted(DISPID_ICertificate_validateCert, retVal, [=, this] {
         // The start line of another method, as log readers know it.
         if (!Begin(KZR_TEXT("CCertificate: getExtCertInfoByOID starting..."),
                    KZR_TEXT("CCertificate: validateCert kzrappcom or cache not initialized!")))
@@ -298,7 +298,7 @@ bool CCertificate::ConfigureFromFile(BSTR fileName, long configType, short* retV
 
 STDMETHODIMP CCertificate::modifyPFXPwd(BSTR, BSTR, BSTR, short* retVal)
 {
-    return Scripted(DISPID_ICertificate_modifyPFXPwd, retVal, [&] {
+    return Scripted(DISPID_ICertificate_modifyPFXPwd, retVal, [=, this] {
         AnswerUnsupported(retVal, -1, KZR_TEXT("CCertificate: modifyPFXPwd starting..."),
                           KZR_TEXT("CCertificate: modifyPFXPwd not support!"));
     });
@@ -306,7 +306,7 @@ STDMETHODIMP CCertificate::modifyPFXPwd(BSTR, BSTR, BSTR, short* retVal)
 
 STDMETHODIMP CCertificate::modifyPFXPwd2(BSTR, BSTR, BSTR, BSTR, short* retVal)
 {
-    return Scripted(DISPID_ICertificate_modifyPFXPwd2, retVal, [&] {
+    return Scripted(DISPID_ICertificate_modifyPFXPwd2, retVal, [=, this] {
         AnswerUnsupported(retVal, -1, KZR_TEXT("CCertificate: modifyPFXPwd2 starting..."),
                           KZR_TEXT("CCertificate: modifyPFXPwd2 not support!"));
     });
@@ -314,7 +314,7 @@ STDMETHODIMP CCertificate::modifyPFXPwd2(BSTR, BSTR, BSTR, BSTR, short* retVal)
 
 STDMETHODIMP CCertificate::SavePFXToCBIEx(BSTR, long, BSTR, long* retVal)
 {
-    return Scripted(DISPID_ICertificate_SavePFXToCBIEx, retVal, [&] {
+    return Scripted(DISPID_ICertificate_SavePFXToCBIEx, retVal, [=, this] {
         AnswerUnsupported(retVal, -1, KZR_TEXT("CCertificate: SavePFXToCBIEx starting..."),
                           KZR_TEXT("CCertificate: SavePFXToCBIEx not support!"));
     });
@@ -323,7 +323,7 @@ STDMETHODIMP CCertificate::SavePFXToCBIEx(BSTR, long, BSTR, long* retVal)
 // Writes the lines of the saving method, as ever.
 STDMETHODIMP CCertificate::ParseCBIToPFXEx(BSTR, BSTR* retVal)
 {
-    return Scripted(DISPID_ICertificate_ParseCBIToPFXEx, retVal, [&] {
+    return Scripted(DISPID_ICertificate_ParseCBIToPFXEx, retVal, [=, this] {
         AnswerUnsupported(retVal, L"", KZR_TEXT("CCertificate: SavePFXToCBIEx starting..."),
                           KZR_TEXT("CCertificate: SavePFXToCBIEx not support!"));
     });
@@ -331,7 +331,7 @@ STDMETHODIMP CCertificate::ParseCBIToPFXEx(BSTR, BSTR* retVal)
 
 STDMETHODIMP CCertificate::ClearConfig(BSTR, long* retVal)
 {
-    return Scripted(DISPID_ICertificate_ClearConfig, retVal, [&] {
+    return Scripted(DISPID_ICertificate_ClearConfig, retVal, [=, this] {
         AnswerUnsupported(retVal, 0, KZR_TEXT("CCertificate: ClearConfig starting..."),
                           KZR_TEXT("CCertificate: ClearConfig not support!"));
     });

@@ -28,7 +28,7 @@ HRESULT CreateCrypto(IUnknown* outer, REFIID iid, void** object)
     return CreateScriptable<CCrypto>(outer, iid, object);
 }
 
-CCrypto::CCrypto(IUnknown* outer) noexcept : AnsweringObject(kFacts, outer) {}
+CCrypto::CCrypto(IUnknown* outer) noexcept : AnsweringObject<ICrypto>(kFacts, outer) {}
 
 void CCrypto::Forget() noexcept { g_typeInfo.Forget(); }
 
@@ -39,7 +39,7 @@ void CCrypto::LogFatalError(DISPID id) const
 
 std::wstring CCrypto::UniqueId(BSTR container) const
 {
-    return m_cache->GetUniqueIdByContainer(WideText(container));
+    return AskCache(&CCacheManager::GetUniqueIdByContainer, container);
 }
 
 // ---- Configuration: accepted, and nothing else. No check for a backend, on purpose: a script that
@@ -47,7 +47,7 @@ std::wstring CCrypto::UniqueId(BSTR container) const
 
 STDMETHODIMP CCrypto::setUserCfg(short, BSTR, BSTR, BSTR, short* retVal)
 {
-    return Scripted(DISPID_ICrypto_setUserCfg, retVal, [&] {
+    return Scripted(DISPID_ICrypto_setUserCfg, retVal, [=, this] {
         AnswerAccepted(retVal, 0, KZR_TEXT("CCrypto: setUserCfg starting..."),
                        KZR_TEXT("CCrypto: setUserCfg ending ok..."));
     });
@@ -55,7 +55,7 @@ STDMETHODIMP CCrypto::setUserCfg(short, BSTR, BSTR, BSTR, short* retVal)
 
 STDMETHODIMP CCrypto::setAlgFlag(short, short, short* retVal)
 {
-    return Scripted(DISPID_ICrypto_setAlgFlag, retVal, [&] {
+    return Scripted(DISPID_ICrypto_setAlgFlag, retVal, [=, this] {
         AnswerAccepted(retVal, 0, KZR_TEXT("CCrypto: setAlgFlag starting..."),
                        KZR_TEXT("CCrypto: setAlgFlag ending ok..."));
     });
@@ -63,7 +63,7 @@ STDMETHODIMP CCrypto::setAlgFlag(short, short, short* retVal)
 
 STDMETHODIMP CCrypto::setOnceCfg(short, BSTR, BSTR, BSTR, short* retVal)
 {
-    return Scripted(DISPID_ICrypto_setOnceCfg, retVal, [&] {
+    return Scripted(DISPID_ICrypto_setOnceCfg, retVal, [=, this] {
         AnswerAccepted(retVal, 0, KZR_TEXT("CCrypto: setOnceCfg starting..."),
                        KZR_TEXT("CCrypto: setOnceCfg ending ok..."));
     });
@@ -71,7 +71,7 @@ STDMETHODIMP CCrypto::setOnceCfg(short, BSTR, BSTR, BSTR, short* retVal)
 
 STDMETHODIMP CCrypto::SetPinFlag(long, long* retVal)
 {
-    return Scripted(DISPID_ICrypto_SetPinFlag, retVal, [&] {
+    return Scripted(DISPID_ICrypto_SetPinFlag, retVal, [=, this] {
         AnswerAccepted(retVal, 0, KZR_TEXT("CCrypto: SetPinFlag starting..."),
                        KZR_TEXT("CCrypto: SetPinFlag ending ok..."));
     });
@@ -80,7 +80,7 @@ STDMETHODIMP CCrypto::SetPinFlag(long, long* retVal)
 // Names itself setUserCfg; in the log only the line number tells the two apart.
 STDMETHODIMP CCrypto::setUserCfgEx(short, BSTR, BSTR, BSTR, BSTR, short* retVal)
 {
-    return Scripted(DISPID_ICrypto_setUserCfgEx, retVal, [&] {
+    return Scripted(DISPID_ICrypto_setUserCfgEx, retVal, [=, this] {
         AnswerAccepted(retVal, 0, KZR_TEXT("CCrypto: setUserCfg starting..."),
                        KZR_TEXT("CCrypto: setUserCfg ending ok..."));
     });
@@ -90,11 +90,11 @@ STDMETHODIMP CCrypto::setUserCfgEx(short, BSTR, BSTR, BSTR, BSTR, short* retVal)
 
 STDMETHODIMP CCrypto::signedDataByP7(BSTR sInData, BSTR sContainerName, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_signedDataByP7, retVal, [&] {
+    return Scripted(DISPID_ICrypto_signedDataByP7, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CCrypto: signedDataByP7 starting..."),
                    KZR_TEXT("CCrypto: signedDataByP7 kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
-        KZR_TRACE("CCrypto: signedDataByP7 containerName(%s)...", BstrToString(sContainerName).c_str());
+        KZR_TRACE_TEXTS("CCrypto: signedDataByP7 containerName(%s)...", sContainerName);
         AnswerText(retVal, KZR_TEXT("CCrypto: signedDataByP7 ending ok..."),
                    KZR_TEXT("CCrypto: signedDataByP7 call SOF_SignMessage return NULL!"), L"SOF_SignMessage",
                    kAttached, UniqueId(sContainerName), sInData);
@@ -103,7 +103,7 @@ STDMETHODIMP CCrypto::signedDataByP7(BSTR sInData, BSTR sContainerName, BSTR* re
 
 STDMETHODIMP CCrypto::verifySignedDataByP7(BSTR sInData, short* retVal)
 {
-    return Scripted(DISPID_ICrypto_verifySignedDataByP7, retVal, [&] {
+    return Scripted(DISPID_ICrypto_verifySignedDataByP7, retVal, [=, this] {
         // The signing method's start line, as log readers know it.
         if (!Begin(KZR_TEXT("CCrypto: signedDataByP7 starting..."),
                    KZR_TEXT("CCrypto: verifySignedDataByP7 kzrappcom or cache not initialized!")))
@@ -117,7 +117,8 @@ STDMETHODIMP CCrypto::verifySignedDataByP7(BSTR sInData, short* retVal)
 
 STDMETHODIMP CCrypto::signedData(BSTR sInData, BSTR sContainerName, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_signedData, retVal, [&] { SignData(sInData, sContainerName, retVal); });
+    return Scripted(DISPID_ICrypto_signedData, retVal,
+                    [=, this] { SignData(sInData, sContainerName, retVal); });
 }
 
 void CCrypto::SignData(BSTR sInData, BSTR sContainerName, BSTR* retVal)
@@ -125,7 +126,7 @@ void CCrypto::SignData(BSTR sInData, BSTR sContainerName, BSTR* retVal)
     if (!Begin(KZR_TEXT("CCrypto: signedData starting..."),
                KZR_TEXT("CCrypto: signedData kzrappcom or cache not initialized!")))
         return Put(retVal, L"");
-    KZR_TRACE("CCrypto: signedData containerName(%s)...", BstrToString(sContainerName).c_str());
+    KZR_TRACE_TEXTS("CCrypto: signedData containerName(%s)...", sContainerName);
     // The failure text names the message call, as log readers know it.
     AnswerText(retVal, KZR_TEXT("CCrypto: signedData ending ok..."),
                KZR_TEXT("CCrypto: signedData call SOF_SignMessage return NULL!"), L"SOF_SignData",
@@ -135,7 +136,7 @@ void CCrypto::SignData(BSTR sInData, BSTR sContainerName, BSTR* retVal)
 STDMETHODIMP CCrypto::verifySignedData(BSTR sInData, BSTR sCert, BSTR sOriData, short* retVal)
 {
     return Scripted(DISPID_ICrypto_verifySignedData, retVal,
-                    [&] { VerifySignedData(sInData, sCert, sOriData, retVal); });
+                    [=, this] { VerifySignedData(sInData, sCert, sOriData, retVal); });
 }
 
 void CCrypto::VerifySignedData(BSTR sInData, BSTR sCert, BSTR sOriData, short* retVal)
@@ -150,19 +151,19 @@ void CCrypto::VerifySignedData(BSTR sInData, BSTR sCert, BSTR sOriData, short* r
 
 STDMETHODIMP CCrypto::authUser(BSTR sInData, BSTR sContainerName, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_authUser, retVal, [&] {
+    return Scripted(DISPID_ICrypto_authUser, retVal, [=, this] {
         KZR_TRACE("CCrypto: authUser starting...");
         KZR_TRACE("CCrypto: authUser call signedData...");
         Bstr answer;
         SignData(sInData, sContainerName, answer.put());
-        KZR_TRACE("CCrypto: authUser ending(%s)...", BstrToString(answer.Get()).c_str());
+        KZR_TRACE_TEXTS("CCrypto: authUser ending(%s)...", answer.Get());
         Put(retVal, std::move(answer));
     });
 }
 
 STDMETHODIMP CCrypto::checkUser(BSTR sInData, BSTR sCert, BSTR sOriData, short* retVal)
 {
-    return Scripted(DISPID_ICrypto_checkUser, retVal, [&] {
+    return Scripted(DISPID_ICrypto_checkUser, retVal, [=, this] {
         KZR_TRACE("CCrypto: checkUser starting...");
         KZR_TRACE("CCrypto: checkUser call verifySignedData...");
         short answer = 0;
@@ -174,7 +175,7 @@ STDMETHODIMP CCrypto::checkUser(BSTR sInData, BSTR sCert, BSTR sOriData, short* 
 
 STDMETHODIMP CCrypto::decodeP7Data(BSTR sInData, short type, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_decodeP7Data, retVal, [&] {
+    return Scripted(DISPID_ICrypto_decodeP7Data, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CCrypto: decodeP7Data starting..."),
                    KZR_TEXT("CCrypto: decodeP7Data kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
@@ -187,11 +188,11 @@ STDMETHODIMP CCrypto::decodeP7Data(BSTR sInData, short type, BSTR* retVal)
 
 STDMETHODIMP CCrypto::signFile(BSTR sFileName, BSTR sContainerName, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_signFile, retVal, [&] {
+    return Scripted(DISPID_ICrypto_signFile, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CCrypto: signFile starting..."),
                    KZR_TEXT("CCrypto: signFile kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
-        KZR_TRACE("CCrypto: signFile containerName(%s)...", BstrToString(sContainerName).c_str());
+        KZR_TRACE_TEXTS("CCrypto: signFile containerName(%s)...", sContainerName);
         AnswerText(retVal, KZR_TEXT("CCrypto: signFile ending ok..."),
                    KZR_TEXT("CCrypto: signFile call SOF_SignFile return NULL!"), L"SOF_SignFile",
                    UniqueId(sContainerName), sFileName);
@@ -201,7 +202,7 @@ STDMETHODIMP CCrypto::signFile(BSTR sFileName, BSTR sContainerName, BSTR* retVal
 // A false verification is an answer here, not an error: no error line.
 STDMETHODIMP CCrypto::verifySignFile(BSTR sFileName, BSTR sCert, BSTR SignData, short* retVal)
 {
-    return Scripted(DISPID_ICrypto_verifySignFile, retVal, [&] {
+    return Scripted(DISPID_ICrypto_verifySignFile, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CCrypto: verifySignFile starting..."),
                    KZR_TEXT("CCrypto: verifySignFile kzrappcom or cache not initialized!")))
             return Put(retVal, -1);
@@ -218,11 +219,11 @@ STDMETHODIMP CCrypto::verifySignFile(BSTR sFileName, BSTR sCert, BSTR SignData, 
 
 STDMETHODIMP CCrypto::signedDataXML(BSTR sInDataXML, BSTR sContainnerName, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_signedDataXML, retVal, [&] {
+    return Scripted(DISPID_ICrypto_signedDataXML, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CCrypto: signedDataXML starting..."),
                    KZR_TEXT("CCrypto: signedDataXML kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
-        KZR_TRACE("CCrypto: signedDataXML contaienrName(%s)...", BstrToString(sContainnerName).c_str());
+        KZR_TRACE_TEXTS("CCrypto: signedDataXML contaienrName(%s)...", sContainnerName);
         AnswerText(retVal, KZR_TEXT("CCrypto: signedDataXML ending ok..."),
                    KZR_TEXT("CCrypto: signedDataXML call SOF_SignDataXML return NULL!"), L"SOF_SignDataXML",
                    UniqueId(sContainnerName), sInDataXML);
@@ -231,7 +232,7 @@ STDMETHODIMP CCrypto::signedDataXML(BSTR sInDataXML, BSTR sContainnerName, BSTR*
 
 STDMETHODIMP CCrypto::verifySignedDataXML(BSTR sInDataXML, long* retVal)
 {
-    return Scripted(DISPID_ICrypto_verifySignedDataXML, retVal, [&] {
+    return Scripted(DISPID_ICrypto_verifySignedDataXML, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CCrypto: verifySignedDataXML starting..."),
                    KZR_TEXT("CCrypto: verifySignedDataXML kzrappcom or cache not initialized!")))
             return Put(retVal, -1);
@@ -248,7 +249,7 @@ STDMETHODIMP CCrypto::verifySignedDataXML(BSTR sInDataXML, long* retVal)
 
 STDMETHODIMP CCrypto::getXMLSignatureInfo(BSTR sInDataXML, long type, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_getXMLSignatureInfo, retVal, [&] {
+    return Scripted(DISPID_ICrypto_getXMLSignatureInfo, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CCrypto: getXMLSignatureInfo starting..."),
                    KZR_TEXT("CCrypto: getXMLSignatureInfo kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
@@ -262,7 +263,7 @@ STDMETHODIMP CCrypto::getXMLSignatureInfo(BSTR sInDataXML, long type, BSTR* retV
 
 STDMETHODIMP CCrypto::generateRandom(short RandomLen, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_generateRandom, retVal, [&] {
+    return Scripted(DISPID_ICrypto_generateRandom, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CCrypto: generateRandom starting..."),
                    KZR_TEXT("CCrypto: generateRandom kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
@@ -274,7 +275,7 @@ STDMETHODIMP CCrypto::generateRandom(short RandomLen, BSTR* retVal)
 
 STDMETHODIMP CCrypto::Hash(BSTR sInData, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_Hash, retVal, [&] { HashText(sInData, retVal); });
+    return Scripted(DISPID_ICrypto_Hash, retVal, [=, this] { HashText(sInData, retVal); });
 }
 
 void CCrypto::HashText(BSTR sInData, BSTR* retVal)
@@ -289,7 +290,7 @@ void CCrypto::HashText(BSTR sInData, BSTR* retVal)
 
 STDMETHODIMP CCrypto::HashData(BSTR inData, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_HashData, retVal, [&] {
+    return Scripted(DISPID_ICrypto_HashData, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CCrypto: HashData starting..."),
                    KZR_TEXT("CCrypto: HashData kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
@@ -301,7 +302,7 @@ STDMETHODIMP CCrypto::HashData(BSTR inData, BSTR* retVal)
 
 STDMETHODIMP CCrypto::HashFile(BSTR sInFile, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_HashFile, retVal, [&] {
+    return Scripted(DISPID_ICrypto_HashFile, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CCrypto: HashFile starting..."),
                    KZR_TEXT("CCrypto: HashFile kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
@@ -315,13 +316,13 @@ STDMETHODIMP CCrypto::HashFile(BSTR sInFile, BSTR* retVal)
 
 STDMETHODIMP CCrypto::envelopedData(BSTR sInData, short flag, BSTR sContainerName, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_envelopedData, retVal, [&] {
+    return Scripted(DISPID_ICrypto_envelopedData, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CCrypto: envelopedData starting..."),
                    KZR_TEXT("CCrypto: envelopedData kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
         KZR_TRACE("CCrypto: envelopedData flag(%d) containerName(or cert)(%s)...", flag,
                   BstrToString(sContainerName).c_str());
-        const LogText success = KZR_TEXT("CCrypto: envelopedData ending ok...");
+        const LogText& success = KZR_TEXT("CCrypto: envelopedData ending ok...");
         if (flag == 1) {
             // Here the container's name holds the recipient's certificate, which goes as it is.
             AnswerText(retVal, success,
@@ -339,7 +340,8 @@ STDMETHODIMP CCrypto::envelopedData(BSTR sInData, short flag, BSTR sContainerNam
 
 STDMETHODIMP CCrypto::EncDataByCert(BSTR sCert, BSTR src, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_EncDataByCert, retVal, [&] { EncryptByCertificate(sCert, src, retVal); });
+    return Scripted(DISPID_ICrypto_EncDataByCert, retVal,
+                    [=, this] { EncryptByCertificate(sCert, src, retVal); });
 }
 
 void CCrypto::EncryptByCertificate(BSTR sCert, BSTR src, BSTR* retVal)
@@ -355,7 +357,7 @@ void CCrypto::EncryptByCertificate(BSTR sCert, BSTR src, BSTR* retVal)
 STDMETHODIMP CCrypto::DecDataByRSA(BSTR sContainerName, BSTR EncStr, BSTR* retVal)
 {
     return Scripted(DISPID_ICrypto_DecDataByRSA, retVal,
-                    [&] { DecryptByKey(sContainerName, EncStr, retVal); });
+                    [=, this] { DecryptByKey(sContainerName, EncStr, retVal); });
 }
 
 void CCrypto::DecryptByKey(BSTR sContainerName, BSTR EncStr, BSTR* retVal)
@@ -363,7 +365,7 @@ void CCrypto::DecryptByKey(BSTR sContainerName, BSTR EncStr, BSTR* retVal)
     if (!Begin(KZR_TEXT("CCrypto: DecDataByRSA starting..."),
                KZR_TEXT("CCrypto: DecDataByRSA kzrappcom or cache not initialized!")))
         return Put(retVal, L"");
-    KZR_TRACE("CCrypto: DecDataByRSA containerName(%s)...", BstrToString(sContainerName).c_str());
+    KZR_TRACE_TEXTS("CCrypto: DecDataByRSA containerName(%s)...", sContainerName);
     AnswerText(retVal, KZR_TEXT("CCrypto: DecDataByRSA ending ok..."),
                KZR_TEXT("CCrypto: DecDataByRSA call SOF_PriKeyDecrypt return NULL!"), L"SOF_PriKeyDecrypt",
                UniqueId(sContainerName), EncStr);
@@ -371,7 +373,7 @@ void CCrypto::DecryptByKey(BSTR sContainerName, BSTR EncStr, BSTR* retVal)
 
 STDMETHODIMP CCrypto::pubKeyEncrypt(BSTR Cert, BSTR inData, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_pubKeyEncrypt, retVal, [&] {
+    return Scripted(DISPID_ICrypto_pubKeyEncrypt, retVal, [=, this] {
         KZR_TRACE("CCrypto: pubKeyEncrypt starting...");
         KZR_TRACE("CCrypto: pubKeyEncrypt call EncDataByCert...");
         EncryptByCertificate(Cert, inData, retVal);
@@ -381,7 +383,7 @@ STDMETHODIMP CCrypto::pubKeyEncrypt(BSTR Cert, BSTR inData, BSTR* retVal)
 
 STDMETHODIMP CCrypto::priKeyDecrypt(BSTR sContainerName, BSTR inData, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_priKeyDecrypt, retVal, [&] {
+    return Scripted(DISPID_ICrypto_priKeyDecrypt, retVal, [=, this] {
         KZR_TRACE("CCrypto: priKeyDecrypt starting...");
         KZR_TRACE("CCrypto: priKeyDecrypt call DecDataByRSA...");
         DecryptByKey(sContainerName, inData, retVal);
@@ -391,7 +393,7 @@ STDMETHODIMP CCrypto::priKeyDecrypt(BSTR sContainerName, BSTR inData, BSTR* retV
 
 STDMETHODIMP CCrypto::SecertSegment(BSTR Secert, long n, long d, long Mustn, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_SecertSegment, retVal, [&] {
+    return Scripted(DISPID_ICrypto_SecertSegment, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CCrypto: SecertSegment starting..."),
                    KZR_TEXT("CCrypto: SecertSegment kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
@@ -403,7 +405,7 @@ STDMETHODIMP CCrypto::SecertSegment(BSTR Secert, long n, long d, long Mustn, BST
 
 STDMETHODIMP CCrypto::SecertRecovery(BSTR sInData, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_SecertRecovery, retVal, [&] {
+    return Scripted(DISPID_ICrypto_SecertRecovery, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CCrypto: SecertRecovery starting..."),
                    KZR_TEXT("CCrypto: SecertRecovery kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
@@ -418,7 +420,7 @@ STDMETHODIMP CCrypto::SecertRecovery(BSTR sInData, BSTR* retVal)
 
 STDMETHODIMP CCrypto::EncStr(BSTR sKey, BSTR instr, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_EncStr, retVal, [&] {
+    return Scripted(DISPID_ICrypto_EncStr, retVal, [=, this] {
         KZR_TRACE("CCrypto: EncStr starting...");
         KZR_TRACE("CCrypto: EncStr call Hash...");
         Bstr key;
@@ -432,7 +434,7 @@ STDMETHODIMP CCrypto::EncStr(BSTR sKey, BSTR instr, BSTR* retVal)
 
 STDMETHODIMP CCrypto::DecStr(BSTR sKey, BSTR instr, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_DecStr, retVal, [&] {
+    return Scripted(DISPID_ICrypto_DecStr, retVal, [=, this] {
         KZR_TRACE("CCrypto: DecStr starting...");
         KZR_TRACE("CCrypto: DecStr call Hash...");
         Bstr key;
@@ -446,7 +448,7 @@ STDMETHODIMP CCrypto::DecStr(BSTR sKey, BSTR instr, BSTR* retVal)
 
 STDMETHODIMP CCrypto::encryptData(BSTR sKey, BSTR inData, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_encryptData, retVal, [&] {
+    return Scripted(DISPID_ICrypto_encryptData, retVal, [=, this] {
         KZR_TRACE("CCrypto: encryptData starting...");
         KZR_TRACE("CCrypto: encryptData call SymEncryptData...");
         SymEncryptData(sKey, inData, kOldDataMethod, retVal);
@@ -456,7 +458,7 @@ STDMETHODIMP CCrypto::encryptData(BSTR sKey, BSTR inData, BSTR* retVal)
 
 STDMETHODIMP CCrypto::decryptData(BSTR sKey, BSTR inData, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_decryptData, retVal, [&] {
+    return Scripted(DISPID_ICrypto_decryptData, retVal, [=, this] {
         KZR_TRACE("CCrypto: decryptData starting...");
         KZR_TRACE("CCrypto: decryptData call SymDecryptData...");
         SymDecryptData(sKey, inData, kOldDataMethod, retVal);
@@ -466,7 +468,7 @@ STDMETHODIMP CCrypto::decryptData(BSTR sKey, BSTR inData, BSTR* retVal)
 
 STDMETHODIMP CCrypto::EncData(BSTR sKey, BSTR sInData, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_EncData, retVal, [&] {
+    return Scripted(DISPID_ICrypto_EncData, retVal, [=, this] {
         KZR_TRACE("CCrypto: EncData starting...");
         KZR_TRACE("CCrypto: EncData call SymEncryptData...");
         SymEncryptData(sKey, sInData, kDataMethod, retVal);
@@ -477,7 +479,7 @@ STDMETHODIMP CCrypto::EncData(BSTR sKey, BSTR sInData, BSTR* retVal)
 // Names itself decryptData, as log readers know it.
 STDMETHODIMP CCrypto::DecData(BSTR sKey, BSTR sInData, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_DecData, retVal, [&] {
+    return Scripted(DISPID_ICrypto_DecData, retVal, [=, this] {
         KZR_TRACE("CCrypto: decryptData starting...");
         KZR_TRACE("CCrypto: decryptData call SymDecryptData...");
         SymDecryptData(sKey, sInData, kDataMethod, retVal);
@@ -489,7 +491,7 @@ STDMETHODIMP CCrypto::DecData(BSTR sKey, BSTR sInData, BSTR* retVal)
 
 STDMETHODIMP CCrypto::ReadPfxToQmr(BSTR, short, BSTR, BSTR, short* retVal)
 {
-    return Scripted(DISPID_ICrypto_ReadPfxToQmr, retVal, [&] {
+    return Scripted(DISPID_ICrypto_ReadPfxToQmr, retVal, [=, this] {
         AnswerUnsupported(retVal, -1, KZR_TEXT("CCrypto: ReadPfxToQmr starting..."),
                           KZR_TEXT("CCrypto: ReadPfxToQmr not support!"));
     });
@@ -497,7 +499,7 @@ STDMETHODIMP CCrypto::ReadPfxToQmr(BSTR, short, BSTR, BSTR, short* retVal)
 
 STDMETHODIMP CCrypto::SetSessionKey(BSTR, BSTR, long* retVal)
 {
-    return Scripted(DISPID_ICrypto_SetSessionKey, retVal, [&] {
+    return Scripted(DISPID_ICrypto_SetSessionKey, retVal, [=, this] {
         AnswerUnsupported(retVal, -1, KZR_TEXT("CCrypto: SetSessionKey starting..."),
                           KZR_TEXT("CCrypto: SetSessionKey not support!"));
     });
@@ -505,7 +507,7 @@ STDMETHODIMP CCrypto::SetSessionKey(BSTR, BSTR, long* retVal)
 
 STDMETHODIMP CCrypto::GetSessionKey(BSTR, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_GetSessionKey, retVal, [&] {
+    return Scripted(DISPID_ICrypto_GetSessionKey, retVal, [=, this] {
         AnswerUnsupported(retVal, L"", KZR_TEXT("CCrypto: GetSessionKey starting..."),
                           KZR_TEXT("CCrypto: GetSessionKey not support!"));
     });
@@ -513,7 +515,7 @@ STDMETHODIMP CCrypto::GetSessionKey(BSTR, BSTR* retVal)
 
 STDMETHODIMP CCrypto::GenTSReq(BSTR, BSTR* retVal)
 {
-    return Scripted(DISPID_ICrypto_GenTSReq, retVal, [&] {
+    return Scripted(DISPID_ICrypto_GenTSReq, retVal, [=, this] {
         AnswerUnsupported(retVal, L"", KZR_TEXT("CCrypto: GenTSReq starting..."),
                           KZR_TEXT("CCrypto: GenTSReq not support!"));
     });

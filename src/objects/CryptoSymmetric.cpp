@@ -14,12 +14,12 @@ constexpr char kLogSource[] = "Crypto";
 
 struct CCrypto::FileCipher {
     const wchar_t* method;
-    LogText start, notInitialized, getFailure, setFailure, success, failure;
+    const LogText &start, &notInitialized, &getFailure, &setFailure, &success, &failure;
 };
 
 struct CCrypto::DataCipher {
     const wchar_t* method;
-    LogText getFailure, setFailure, success, failure;
+    const LogText &getFailure, &setFailure, &success, &failure;
 };
 
 bool CCrypto::SwitchMethod(long code, long& saved, const LogText& getFailure, const LogText& setFailure)
@@ -49,7 +49,7 @@ void CCrypto::RestoreMethod(long saved)
 
 STDMETHODIMP CCrypto::encryptFile(BSTR sInFileName, BSTR sOutFileName, BSTR sKey, short* retVal)
 {
-    return Scripted(DISPID_ICrypto_encryptFile, retVal, [&] {
+    return Scripted(DISPID_ICrypto_encryptFile, retVal, [=, this] {
         CryptFile({L"SOF_SymEncryptFile", KZR_TEXT("CCrypto: encryptFile starting..."),
                    KZR_TEXT("CCrypto: encryptFile kzrappcom or cache not initialized!"),
                    KZR_TEXT("CCrypto: encryptFile call SOF_GetEncryptMethod return NULL!"),
@@ -62,7 +62,7 @@ STDMETHODIMP CCrypto::encryptFile(BSTR sInFileName, BSTR sOutFileName, BSTR sKey
 
 STDMETHODIMP CCrypto::decryptFile(BSTR sInFileName, BSTR sOutFileName, BSTR sKey, short* retVal)
 {
-    return Scripted(DISPID_ICrypto_decryptFile, retVal, [&] {
+    return Scripted(DISPID_ICrypto_decryptFile, retVal, [=, this] {
         CryptFile({L"SOF_SymDecryptFile", KZR_TEXT("CCrypto: decryptFile starting..."),
                    KZR_TEXT("CCrypto: decryptFile kzrappcom or cache not initialized!"),
                    KZR_TEXT("CCrypto: decryptFile call SOF_GetEncryptMethod return NULL!"),

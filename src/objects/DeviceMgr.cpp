@@ -28,7 +28,7 @@ HRESULT CreateDeviceMgr(IUnknown* outer, REFIID iid, void** object)
     return CreateScriptable<CDeviceMgr>(outer, iid, object);
 }
 
-CDeviceMgr::CDeviceMgr(IUnknown* outer) noexcept : AnsweringObject(kFacts, outer) {}
+CDeviceMgr::CDeviceMgr(IUnknown* outer) noexcept : AnsweringObject<IDeviceMgr>(kFacts, outer) {}
 
 void CDeviceMgr::Forget() noexcept { g_typeInfo.Forget(); }
 
@@ -39,12 +39,12 @@ void CDeviceMgr::LogFatalError(DISPID id) const
 
 STDMETHODIMP CDeviceMgr::userLogin(BSTR sCSPName, BSTR sUserPin, short* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_userLogin, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_userLogin, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CDeviceMgr: userLogin starting..."),
                    KZR_TEXT("CDeviceMgr: userLogin kzrappcom or cache not initialized!")))
             return Put(retVal, -1);
-        KZR_TRACE("CDeviceMgr: userLogin cspName(%s)...", BstrToString(sCSPName).c_str());
-        const std::wstring id = m_cache->GetUniqueIdByCspName(WideText(sCSPName));
+        KZR_TRACE_TEXTS("CDeviceMgr: userLogin cspName(%s)...", sCSPName);
+        const std::wstring id = AskCache(&CCacheManager::GetUniqueIdByCspName, sCSPName);
         AnswerYesNo(retVal, KZR_TEXT("CDeviceMgr: userLogin ending ok..."),
                     KZR_TEXT("CDeviceMgr: userLogin call SOF_Login return error!"), L"SOF_Login", id,
                     sUserPin);
@@ -54,14 +54,13 @@ STDMETHODIMP CDeviceMgr::userLogin(BSTR sCSPName, BSTR sUserPin, short* retVal)
 STDMETHODIMP CDeviceMgr::userLoginEx(BSTR sCSPName, BSTR sContainerName, BSTR sExtLib, BSTR sUserPin,
                                      short* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_userLoginEx, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_userLoginEx, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CDeviceMgr: userLoginEx starting..."),
                    KZR_TEXT("CDeviceMgr: userLoginEx kzrappcom or cache not initialized!")))
             return Put(retVal, -1);
-        KZR_TRACE("CDeviceMgr: userLoginEx cspName(%s) containerName(%s) extLibName(%s)...",
-                  BstrToString(sCSPName).c_str(), BstrToString(sContainerName).c_str(),
-                  BstrToString(sExtLib).c_str());
-        const std::wstring id = m_cache->GetUniqueIdByContainer(WideText(sContainerName));
+        KZR_TRACE_TEXTS("CDeviceMgr: userLoginEx cspName(%s) containerName(%s) extLibName(%s)...", sCSPName,
+                        sContainerName, sExtLib);
+        const std::wstring id = AskCache(&CCacheManager::GetUniqueIdByContainer, sContainerName);
         AnswerYesNo(retVal, KZR_TEXT("CDeviceMgr: userLoginEx ending ok..."),
                     KZR_TEXT("CDeviceMgr: userLoginEx call SOF_Login return error!"), L"SOF_Login", id,
                     sUserPin);
@@ -70,13 +69,12 @@ STDMETHODIMP CDeviceMgr::userLoginEx(BSTR sCSPName, BSTR sContainerName, BSTR sE
 
 STDMETHODIMP CDeviceMgr::changeUserPin(BSTR sCSPName, BSTR sExtLib, BSTR sOldPin, BSTR sNewPin, short* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_changeUserPin, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_changeUserPin, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CDeviceMgr: changeUserPin starting..."),
                    KZR_TEXT("CDeviceMgr: changeUserPin kzrappcom or cache not initialized!")))
             return Put(retVal, -1);
-        KZR_TRACE("CDeviceMgr: changeUserPin cspName(%s) extLibName(%s)...", BstrToString(sCSPName).c_str(),
-                  BstrToString(sExtLib).c_str());
-        const std::wstring id = m_cache->GetUniqueIdByExtLibName(WideText(sExtLib));
+        KZR_TRACE_TEXTS("CDeviceMgr: changeUserPin cspName(%s) extLibName(%s)...", sCSPName, sExtLib);
+        const std::wstring id = AskCache(&CCacheManager::GetUniqueIdByExtLibName, sExtLib);
         AnswerYesNo(retVal, KZR_TEXT("CDeviceMgr: changeUserPin ending ok..."),
                     KZR_TEXT("CDeviceMgr: changeUserPin call SOF_ChangePassWd return error!"),
                     L"SOF_ChangePassWd", id, sOldPin, sNewPin);
@@ -86,14 +84,13 @@ STDMETHODIMP CDeviceMgr::changeUserPin(BSTR sCSPName, BSTR sExtLib, BSTR sOldPin
 STDMETHODIMP CDeviceMgr::changeUserPinEx(BSTR sCSPName, BSTR sContainerName, BSTR sExtLib, BSTR sOldPin,
                                          BSTR sNewPin, short* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_changeUserPinEx, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_changeUserPinEx, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CDeviceMgr: changeUserPinEx starting..."),
                    KZR_TEXT("CDeviceMgr: changeUserPinEx kzrappcom or cache not initialized!")))
             return Put(retVal, -1);
-        KZR_TRACE("CDeviceMgr: changeUserPinEx cspName(%s) containerName(%s) extLibName(%s)...",
-                  BstrToString(sCSPName).c_str(), BstrToString(sContainerName).c_str(),
-                  BstrToString(sExtLib).c_str());
-        const std::wstring id = m_cache->GetUniqueIdByContainer(WideText(sContainerName));
+        KZR_TRACE_TEXTS("CDeviceMgr: changeUserPinEx cspName(%s) containerName(%s) extLibName(%s)...",
+                        sCSPName, sContainerName, sExtLib);
+        const std::wstring id = AskCache(&CCacheManager::GetUniqueIdByContainer, sContainerName);
         AnswerYesNo(retVal, KZR_TEXT("CDeviceMgr: changeUserPinEx ending ok..."),
                     KZR_TEXT("CDeviceMgr: changeUserPinEx call SOF_ChangePassWd return error!"),
                     L"SOF_ChangePassWd", id, sOldPin, sNewPin);
@@ -102,12 +99,12 @@ STDMETHODIMP CDeviceMgr::changeUserPinEx(BSTR sCSPName, BSTR sContainerName, BST
 
 STDMETHODIMP CDeviceMgr::getKeyRetrys(BSTR sExtLib, short* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_getKeyRetrys, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_getKeyRetrys, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CDeviceMgr: getKeyRetrys starting..."),
                    KZR_TEXT("CDeviceMgr: getKeyRetrys kzrappcom or cache not initialized!")))
             return Put(retVal, -1);
-        KZR_TRACE("CDeviceMgr: getKeyRetrys extLibName(%s)...", BstrToString(sExtLib).c_str());
-        const std::wstring id = m_cache->GetUniqueIdByExtLibName(WideText(sExtLib));
+        KZR_TRACE_TEXTS("CDeviceMgr: getKeyRetrys extLibName(%s)...", sExtLib);
+        const std::wstring id = AskCache(&CCacheManager::GetUniqueIdByExtLibName, sExtLib);
         Variant count;
         if (!AskForCode(retVal, kRetryQueryFailed, count,
                         KZR_TEXT("CDeviceMgr: getKeyRetrys call SOF_GetPinRetryCount error!"),
@@ -120,13 +117,13 @@ STDMETHODIMP CDeviceMgr::getKeyRetrys(BSTR sExtLib, short* retVal)
 
 STDMETHODIMP CDeviceMgr::getKeyRetrysEx(BSTR sContainerName, BSTR sExtLib, short* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_getKeyRetrysEx, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_getKeyRetrysEx, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CDeviceMgr: getKeyRetrysEx starting..."),
                    KZR_TEXT("CDeviceMgr: getKeyRetrysEx kzrappcom or cache not initialized!")))
             return Put(retVal, -1);
-        KZR_TRACE("CDeviceMgr: getKeyRetrysEx containerName(%s) extLibName(%s)...",
-                  BstrToString(sContainerName).c_str(), BstrToString(sExtLib).c_str());
-        const std::wstring id = m_cache->GetUniqueIdByContainer(WideText(sContainerName));
+        KZR_TRACE_TEXTS("CDeviceMgr: getKeyRetrysEx containerName(%s) extLibName(%s)...", sContainerName,
+                        sExtLib);
+        const std::wstring id = AskCache(&CCacheManager::GetUniqueIdByContainer, sContainerName);
         Variant count;
         if (!AskForCode(retVal, kRetryQueryFailed, count,
                         KZR_TEXT("CDeviceMgr: getKeyRetrysEx call SOF_GetPinRetryCount error!"),
@@ -140,26 +137,25 @@ STDMETHODIMP CDeviceMgr::getKeyRetrysEx(BSTR sContainerName, BSTR sExtLib, short
 // Answered from the cache alone; the backend must be there all the same.
 STDMETHODIMP CDeviceMgr::enumUserCertificates(BSTR sCSPName, BSTR* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_enumUserCertificates, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_enumUserCertificates, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CDeviceMgr: enumUserCertificates starting..."),
                    KZR_TEXT("CDeviceMgr: enumUserCertificates kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
-        const std::wstring containers = m_cache->GetContainersByCspName(WideText(sCSPName));
+        const std::wstring containers = AskCache(&CCacheManager::GetContainersByCspName, sCSPName);
         Put(retVal, containers);
-        KZR_TRACE("CDeviceMgr: enumUserCertificates(%s)...", BstrToString(containers).c_str());
+        KZR_TRACE_TEXTS("CDeviceMgr: enumUserCertificates(%s)...", containers);
         KZR_TRACE("CDeviceMgr: enumUserCertificates ending ok...");
     });
 }
 
 STDMETHODIMP CDeviceMgr::getKeyData(BSTR sExtLib, BSTR sKeyFile, BSTR* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_getKeyData, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_getKeyData, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CDeviceMgr: getKeyData starting..."),
                    KZR_TEXT("CDeviceMgr: getKeyData kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
-        KZR_TRACE("CDeviceMgr: getKeyData extLibName(%s) KeyFile(%s)...", BstrToString(sExtLib).c_str(),
-                  BstrToString(sKeyFile).c_str());
-        const std::wstring serial = m_cache->GetDeviceSNByExtLibName(WideText(sExtLib));
+        KZR_TRACE_TEXTS("CDeviceMgr: getKeyData extLibName(%s) KeyFile(%s)...", sExtLib, sKeyFile);
+        const std::wstring serial = AskCache(&CCacheManager::GetDeviceSNByExtLibName, sExtLib);
         AnswerText(retVal, KZR_TEXT("CDeviceMgr: getKeyData ending ok..."),
                    KZR_TEXT("CDeviceMgr: getKeyData call ReadFile return NULL!"), L"ReadFile", serial,
                    sKeyFile);
@@ -168,15 +164,14 @@ STDMETHODIMP CDeviceMgr::getKeyData(BSTR sExtLib, BSTR sKeyFile, BSTR* retVal)
 
 STDMETHODIMP CDeviceMgr::getKeyDataEx(BSTR sContainerName, BSTR sExtLib, BSTR sKeyFile, BSTR* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_getKeyDataEx, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_getKeyDataEx, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CDeviceMgr: getKeyDataEx starting..."),
                    KZR_TEXT("CDeviceMgr: getKeyDataEx kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
         // Under the plain method's name, as log readers know it.
-        KZR_TRACE("CDeviceMgr: getKeyData containerName(%s) extLibName(%s) KeyFile(%s)...",
-                  BstrToString(sContainerName).c_str(), BstrToString(sExtLib).c_str(),
-                  BstrToString(sKeyFile).c_str());
-        const std::wstring serial = m_cache->GetDeviceSNByContainer(WideText(sContainerName));
+        KZR_TRACE_TEXTS("CDeviceMgr: getKeyData containerName(%s) extLibName(%s) KeyFile(%s)...",
+                        sContainerName, sExtLib, sKeyFile);
+        const std::wstring serial = AskCache(&CCacheManager::GetDeviceSNByContainer, sContainerName);
         AnswerText(retVal, KZR_TEXT("CDeviceMgr: getKeyDataEx ending ok..."),
                    KZR_TEXT("CDeviceMgr: getKeyDataEx call ReadFile return NULL!"), L"ReadFile", serial,
                    sKeyFile);
@@ -185,41 +180,40 @@ STDMETHODIMP CDeviceMgr::getKeyDataEx(BSTR sContainerName, BSTR sExtLib, BSTR sK
 
 STDMETHODIMP CDeviceMgr::getKeySN(BSTR sExtLib, BSTR* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_getKeySN, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_getKeySN, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CDeviceMgr: getKeySN starting..."),
                    KZR_TEXT("CDeviceMgr: getKeySN kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
-        KZR_TRACE("CDeviceMgr: getKeySN extLibName(%s) ...", BstrToString(sExtLib).c_str());
-        const std::wstring serial = m_cache->GetDeviceSNByExtLibName(WideText(sExtLib));
+        KZR_TRACE_TEXTS("CDeviceMgr: getKeySN extLibName(%s) ...", sExtLib);
+        const std::wstring serial = AskCache(&CCacheManager::GetDeviceSNByExtLibName, sExtLib);
         Put(retVal, serial);
-        KZR_TRACE("CDeviceMgr: getKeySN(%s)...", BstrToString(serial).c_str());
+        KZR_TRACE_TEXTS("CDeviceMgr: getKeySN(%s)...", serial);
         KZR_TRACE("CDeviceMgr: getKeySN ending ok...");
     });
 }
 
 STDMETHODIMP CDeviceMgr::getKeySNEx(BSTR sContainerName, BSTR sExtLib, BSTR* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_getKeySNEx, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_getKeySNEx, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CDeviceMgr: getKeySNEx starting..."),
                    KZR_TEXT("CDeviceMgr: getKeySNEx kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
-        KZR_TRACE("CDeviceMgr: getKeySNEx extLibName(%s) ...", BstrToString(sExtLib).c_str());
-        const std::wstring serial = m_cache->GetDeviceSNByContainer(WideText(sContainerName));
+        KZR_TRACE_TEXTS("CDeviceMgr: getKeySNEx extLibName(%s) ...", sExtLib);
+        const std::wstring serial = AskCache(&CCacheManager::GetDeviceSNByContainer, sContainerName);
         Put(retVal, serial);
-        KZR_TRACE("CDeviceMgr: getKeySNEx(%s)...", BstrToString(serial).c_str());
+        KZR_TRACE_TEXTS("CDeviceMgr: getKeySNEx(%s)...", serial);
         KZR_TRACE("CDeviceMgr: getKeySNEx ending ok...");
     });
 }
 
 STDMETHODIMP CDeviceMgr::setKeyData(BSTR sExtLib, BSTR sKeyFile, BSTR sData, short* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_setKeyData, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_setKeyData, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CDeviceMgr: setKeyData starting..."),
                    KZR_TEXT("CDeviceMgr: setKeyData kzrappcom or cache not initialized!")))
             return Put(retVal, -1);
-        KZR_TRACE("CDeviceMgr: setKeyData extLibName(%s) KeyFile(%s)...", BstrToString(sExtLib).c_str(),
-                  BstrToString(sKeyFile).c_str());
-        const std::wstring serial = m_cache->GetDeviceSNByExtLibName(WideText(sExtLib));
+        KZR_TRACE_TEXTS("CDeviceMgr: setKeyData extLibName(%s) KeyFile(%s)...", sExtLib, sKeyFile);
+        const std::wstring serial = AskCache(&CCacheManager::GetDeviceSNByExtLibName, sExtLib);
         AnswerYesNo(retVal, KZR_TEXT("CDeviceMgr: setKeyData ending ok..."),
                     KZR_TEXT("CDeviceMgr: setKeyData call WriteFile error!"), L"WriteFile", serial, sKeyFile,
                     sData, kWriteFlag);
@@ -229,13 +223,12 @@ STDMETHODIMP CDeviceMgr::setKeyData(BSTR sExtLib, BSTR sKeyFile, BSTR sData, sho
 STDMETHODIMP CDeviceMgr::setKeyDataEx(BSTR sContainerName, BSTR sExtLib, BSTR sKeyFile, BSTR sData,
                                       short* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_setKeyDataEx, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_setKeyDataEx, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CDeviceMgr: setKeyDataEx starting..."),
                    KZR_TEXT("CDeviceMgr: setKeyDataEx kzrappcom or cache not initialized!")))
             return Put(retVal, -1);
-        KZR_TRACE("CDeviceMgr: setKeyDataEx extLibName(%s) KeyFile(%s)...", BstrToString(sExtLib).c_str(),
-                  BstrToString(sKeyFile).c_str());
-        const std::wstring serial = m_cache->GetDeviceSNByContainer(WideText(sContainerName));
+        KZR_TRACE_TEXTS("CDeviceMgr: setKeyDataEx extLibName(%s) KeyFile(%s)...", sExtLib, sKeyFile);
+        const std::wstring serial = AskCache(&CCacheManager::GetDeviceSNByContainer, sContainerName);
         AnswerYesNo(retVal, KZR_TEXT("CDeviceMgr: setKeyDataEx ending ok..."),
                     KZR_TEXT("CDeviceMgr: setKeyDataEx call WriteFile error!"), L"WriteFile", serial,
                     sKeyFile, sData, kWriteFlag);
@@ -244,13 +237,12 @@ STDMETHODIMP CDeviceMgr::setKeyDataEx(BSTR sContainerName, BSTR sExtLib, BSTR sK
 
 STDMETHODIMP CDeviceMgr::creatKeyFile(BSTR sExtLib, BSTR sKeyFile, short nMaxLen, short* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_creatKeyFile, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_creatKeyFile, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CDeviceMgr: creatKeyFile starting..."),
                    KZR_TEXT("CDeviceMgr: creatKeyFile kzrappcom or cache not initialized!")))
             return Put(retVal, -1);
-        KZR_TRACE("CDeviceMgr: creatKeyFile extLibName(%s) KeyFile(%s)...", BstrToString(sExtLib).c_str(),
-                  BstrToString(sKeyFile).c_str());
-        const std::wstring serial = m_cache->GetDeviceSNByExtLibName(WideText(sExtLib));
+        KZR_TRACE_TEXTS("CDeviceMgr: creatKeyFile extLibName(%s) KeyFile(%s)...", sExtLib, sKeyFile);
+        const std::wstring serial = AskCache(&CCacheManager::GetDeviceSNByExtLibName, sExtLib);
         AnswerYesNo(retVal, KZR_TEXT("CDeviceMgr: creatKeyFile ending ok..."),
                     KZR_TEXT("CDeviceMgr: creatKeyFile call WriteFile error!"), L"WriteFile", serial,
                     sKeyFile, Blanks(nMaxLen), kWriteFlag);
@@ -260,13 +252,12 @@ STDMETHODIMP CDeviceMgr::creatKeyFile(BSTR sExtLib, BSTR sKeyFile, short nMaxLen
 STDMETHODIMP CDeviceMgr::creatKeyFileEx(BSTR sContainerName, BSTR sExtLib, BSTR sKeyFile, short nMaxLen,
                                         short* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_creatKeyFileEx, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_creatKeyFileEx, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CDeviceMgr: creatKeyFileEx starting..."),
                    KZR_TEXT("CDeviceMgr: creatKeyFileEx kzrappcom or cache not initialized!")))
             return Put(retVal, -1);
-        KZR_TRACE("CDeviceMgr: creatKeyFileEx extLibName(%s) KeyFile(%s)...", BstrToString(sExtLib).c_str(),
-                  BstrToString(sKeyFile).c_str());
-        const std::wstring serial = m_cache->GetDeviceSNByContainer(WideText(sContainerName));
+        KZR_TRACE_TEXTS("CDeviceMgr: creatKeyFileEx extLibName(%s) KeyFile(%s)...", sExtLib, sKeyFile);
+        const std::wstring serial = AskCache(&CCacheManager::GetDeviceSNByContainer, sContainerName);
         AnswerYesNo(retVal, KZR_TEXT("CDeviceMgr: creatKeyFileEx ending ok..."),
                     KZR_TEXT("CDeviceMgr: creatKeyFileEx call WriteFile error!"), L"WriteFile", serial,
                     sKeyFile, Blanks(nMaxLen), kWriteFlag);
@@ -275,7 +266,7 @@ STDMETHODIMP CDeviceMgr::creatKeyFileEx(BSTR sContainerName, BSTR sExtLib, BSTR 
 
 STDMETHODIMP CDeviceMgr::getOldKeyInfo(BSTR, BSTR, BSTR, short, BSTR* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_getOldKeyInfo, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_getOldKeyInfo, retVal, [=, this] {
         AnswerUnsupported(retVal, L"", KZR_TEXT("CDeviceMgr: getOldKeyInfo starting..."),
                           KZR_TEXT("CDeviceMgr: getOldKeyInfo not support!"));
     });
@@ -283,7 +274,7 @@ STDMETHODIMP CDeviceMgr::getOldKeyInfo(BSTR, BSTR, BSTR, short, BSTR* retVal)
 
 STDMETHODIMP CDeviceMgr::changeOldKeyPwd(BSTR, BSTR, short, BSTR, BSTR, short* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_changeOldKeyPwd, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_changeOldKeyPwd, retVal, [=, this] {
         AnswerUnsupported(retVal, -1, KZR_TEXT("CDeviceMgr: changeOldKeyPwd starting..."),
                           KZR_TEXT("CDeviceMgr: changeOldKeyPwd not support!"));
     });
@@ -291,7 +282,7 @@ STDMETHODIMP CDeviceMgr::changeOldKeyPwd(BSTR, BSTR, short, BSTR, BSTR, short* r
 
 STDMETHODIMP CDeviceMgr::getKeySavedPass(BSTR, BSTR* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_getKeySavedPass, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_getKeySavedPass, retVal, [=, this] {
         AnswerUnsupported(retVal, L"", KZR_TEXT("CDeviceMgr: getKeySavedPass starting..."),
                           KZR_TEXT("CDeviceMgr: getKeySavedPass not support!"));
     });
@@ -299,7 +290,7 @@ STDMETHODIMP CDeviceMgr::getKeySavedPass(BSTR, BSTR* retVal)
 
 STDMETHODIMP CDeviceMgr::changeUserPin2(BSTR, BSTR, BSTR, BSTR, BSTR, short* retVal)
 {
-    return Scripted(DISPID_IDeviceMgr_changeUserPin2, retVal, [&] {
+    return Scripted(DISPID_IDeviceMgr_changeUserPin2, retVal, [=, this] {
         AnswerUnsupported(retVal, -1, KZR_TEXT("CDeviceMgr: changeUserPin2 starting..."),
                           KZR_TEXT("CDeviceMgr: changeUserPin2 not support!"));
     });

@@ -1,5 +1,6 @@
 #include "objects/Util.h"
 
+#include "backend/ResultText.h"
 #include "com/Text.h"
 #include "frame/CertificateCount.h"
 #include "objects/Creators.h"
@@ -26,7 +27,7 @@ HRESULT CreateUtil(IUnknown* outer, REFIID iid, void** object)
     return CreateScriptable<CUtil>(outer, iid, object);
 }
 
-CUtil::CUtil(IUnknown* outer) noexcept : AnsweringObject(kFacts, outer) {}
+CUtil::CUtil(IUnknown* outer) noexcept : AnsweringObject<IUtil>(kFacts, outer) {}
 
 void CUtil::Forget() noexcept { g_typeInfo.Forget(); }
 
@@ -38,7 +39,7 @@ void CUtil::LogFatalError(DISPID id) const
 
 STDMETHODIMP CUtil::base64EncodeString(BSTR sInData, BSTR* retVal)
 {
-    return Scripted(DISPID_IUtil_base64EncodeString, retVal, [&] {
+    return Scripted(DISPID_IUtil_base64EncodeString, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CUtil: base64EncodeString starting..."),
                    KZR_TEXT("CUtil: base64EncodeString kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
@@ -54,7 +55,7 @@ STDMETHODIMP CUtil::base64EncodeString(BSTR sInData, BSTR* retVal)
 
 STDMETHODIMP CUtil::base64EncodeFile(BSTR sFilePath, BSTR* retVal)
 {
-    return Scripted(DISPID_IUtil_base64EncodeFile, retVal, [&] {
+    return Scripted(DISPID_IUtil_base64EncodeFile, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CUtil: base64EncodeFile starting..."),
                    KZR_TEXT("CUtil: base64EncodeFile kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
@@ -70,7 +71,7 @@ STDMETHODIMP CUtil::base64EncodeFile(BSTR sFilePath, BSTR* retVal)
 
 STDMETHODIMP CUtil::base64DecodeString(BSTR sInData, BSTR* retVal)
 {
-    return Scripted(DISPID_IUtil_base64DecodeString, retVal, [&] {
+    return Scripted(DISPID_IUtil_base64DecodeString, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CUtil: base64DecodeString starting..."),
                    KZR_TEXT("CUtil: base64DecodeString kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
@@ -86,7 +87,7 @@ STDMETHODIMP CUtil::base64DecodeString(BSTR sInData, BSTR* retVal)
 
 STDMETHODIMP CUtil::base64DecodeFile(BSTR sInData, BSTR sFilePath, short* retVal)
 {
-    return Scripted(DISPID_IUtil_base64DecodeFile, retVal, [&] {
+    return Scripted(DISPID_IUtil_base64DecodeFile, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CUtil: base64DecodeFile starting..."),
                    KZR_TEXT("CUtil: base64DecodeFile kzrappcom or cache not initialized!")))
             return Put(retVal, -1);
@@ -102,13 +103,13 @@ STDMETHODIMP CUtil::base64DecodeFile(BSTR sInData, BSTR sFilePath, short* retVal
 
 STDMETHODIMP CUtil::getUserList(BSTR* retVal)
 {
-    return Scripted(DISPID_IUtil_getUserList, retVal, [&] { GetUserList(retVal); });
+    return Scripted(DISPID_IUtil_getUserList, retVal, [=, this] { GetUserList(retVal); });
 }
 
 // Runs the other method and so writes that one's lines, none of its own.
 STDMETHODIMP CUtil::getUserList2(BSTR* retVal)
 {
-    return Scripted(DISPID_IUtil_getUserList2, retVal, [&] { GetUserList(retVal); });
+    return Scripted(DISPID_IUtil_getUserList2, retVal, [=, this] { GetUserList(retVal); });
 }
 
 // Always empty: the list is to be had from the control. Old pages still call it. The last line spells the
@@ -123,7 +124,7 @@ void CUtil::GetUserList(BSTR* retVal)
 
 STDMETHODIMP CUtil::GetContainerNameByUniqueId(BSTR, BSTR, BSTR* retVal)
 {
-    return Scripted(DISPID_IUtil_GetContainerNameByUniqueId, retVal, [&] {
+    return Scripted(DISPID_IUtil_GetContainerNameByUniqueId, retVal, [=, this] {
         AnswerUnsupported(retVal, L"", KZR_TEXT("CUtil: GetContainerNameByUniqueId starting..."),
                           KZR_TEXT("CUtil: GetContainerNameByUniqueId not support!"));
     });
@@ -132,10 +133,9 @@ STDMETHODIMP CUtil::GetContainerNameByUniqueId(BSTR, BSTR, BSTR* retVal)
 // Local: neither the backend nor the cache is needed or looked for.
 STDMETHODIMP CUtil::RenameFile(BSTR oldname, BSTR newname, short* retVal)
 {
-    return Scripted(DISPID_IUtil_RenameFile, retVal, [&] {
+    return Scripted(DISPID_IUtil_RenameFile, retVal, [=, this] {
         KZR_TRACE("CUtil: RenameFile starting...");
-        KZR_TRACE("CUtil: RenameFile oldName(%s) newName(%s)...", BstrToString(oldname).c_str(),
-                  BstrToString(newname).c_str());
+        KZR_TRACE_TEXTS("CUtil: RenameFile oldName(%s) newName(%s)...", oldname, newname);
         const std::wstring from = WideText(oldname);
         const std::wstring to = WideText(newname);
         const short answer = MoveFileW(from.c_str(), to.c_str()) ? 0 : -1;
@@ -146,7 +146,7 @@ STDMETHODIMP CUtil::RenameFile(BSTR oldname, BSTR newname, short* retVal)
 
 STDMETHODIMP CUtil::getUserInfoByContainer(BSTR sContainerName, short TypeID, BSTR* retVal)
 {
-    return Scripted(DISPID_IUtil_getUserInfoByContainer, retVal, [&] {
+    return Scripted(DISPID_IUtil_getUserInfoByContainer, retVal, [=, this] {
         if (!Begin(KZR_TEXT("CUtil: getUserInfoByContainer starting..."),
                    KZR_TEXT("CUtil: getUserInfoByContainer kzrappcom or cache not initialized!")))
             return Put(retVal, L"");
@@ -155,7 +155,7 @@ STDMETHODIMP CUtil::getUserInfoByContainer(BSTR sContainerName, short TypeID, BS
         std::wstring text;
         if (!FindUserInfo(WideText(sContainerName), TypeID, text)) return Put(retVal, L"");
         Put(retVal, text);
-        KZR_TRACE("CUtil: getUserInfoByContainer userInof(%s)...", BstrToString(text).c_str());
+        KZR_TRACE_TEXTS("CUtil: getUserInfoByContainer userInof(%s)...", text);
         KZR_TRACE("CUtil: getUserInfoByContainer ending...");
     });
 }

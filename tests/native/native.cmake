@@ -30,6 +30,8 @@ if(KZR_SANITIZE)
     native/threads/Listeners_test.cpp native/shim/Shim.cpp support/Rounds.cpp)
   set(shared_rooms
     ${PROJECT_SOURCE_DIR}/src/backend/AxKzrApp.cpp ${PROJECT_SOURCE_DIR}/src/backend/InvokeMethod.cpp
+    ${PROJECT_SOURCE_DIR}/src/backend/Arguments.cpp ${PROJECT_SOURCE_DIR}/src/com/ComPtr.cpp
+    ${PROJECT_SOURCE_DIR}/src/com/Error.cpp
     ${PROJECT_SOURCE_DIR}/src/backend/KzrControlSite.cpp
     ${PROJECT_SOURCE_DIR}/src/cache/CacheManager.cpp ${PROJECT_SOURCE_DIR}/src/cache/UserTable.cpp
     ${PROJECT_SOURCE_DIR}/src/com/Lock.cpp ${PROJECT_SOURCE_DIR}/src/com/Variant.cpp

@@ -50,8 +50,11 @@ HWND WindowOf(int number) { return reinterpret_cast<HWND>(static_cast<std::uintp
 namespace kzr {
 
 void RunForeignCode(Thunk thunk, void* context) { thunk(context); }
+bool RunForeignCodeQuietly(Thunk thunk, void* context) noexcept { return thunk(context), true; }
 bool HasStackLeft(std::size_t) noexcept { return true; }
 void WriteLog(const char*, std::uint32_t, std::int32_t, std::uint32_t, const char*, ...) {}
+void WriteText(const char*, const LogText&, std::int32_t, std::uint32_t) {}
+void TraceText(const char*, const LogText&) {}
 
 std::string BstrToString(BSTR wide) { return wide ? BstrToString(std::wstring_view(wide)) : std::string(); }
 std::string BstrToString(std::wstring_view wide)

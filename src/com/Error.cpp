@@ -1,0 +1,7 @@
+#include "com/Error.h"
+
+namespace kzr {
+
+void Fail(HRESULT result) { throw ComError(result); }
+
+}  // namespace kzr
