@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include "base/Failure.h"
+#include "com/Handles.h"
 #include "store/Folder.h"
 
 namespace kzr::softkey {
@@ -11,10 +12,9 @@ namespace {
 
 constexpr ULONGLONG kLongestWait = 10000;
 
-HANDLE Take(const std::string& path)
+HANDLE TakeFile(const std::string& path, ULONGLONG started)
 {
     const std::wstring wide = PlatformPath(path);
-    const ULONGLONG started = GetTickCount64();
     for (DWORD pause = 1;; pause = pause < 16 ? pause * 2 : 16) {
         const HANDLE file = CreateFileW(wide.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS,
                                         FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -26,6 +26,13 @@ HANDLE Take(const std::string& path)
             throw Failure(Cause::File, path + ": another process keeps the key locked");
         Sleep(pause);
     }
+}
+
+HANDLE Take(const std::string& path)
+{
+    const ULONGLONG started = GetTickCount64();
+    const UniqueFile turn(TakeFile(path + ".turn", started));
+    return TakeFile(path, started);
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 // A lock between processes and threads that the system frees when its holder dies: an open file that nobody
 // else may open. Not recursive. Order: the store's, then one key's.
+// Whoever waits holds a second file, the turn, so that the holder cannot take the lock twice in a row while
+// others wait.
 #pragma once
 
 #include <string>

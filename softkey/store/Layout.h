@@ -1,7 +1,7 @@
 // Where things lie in a store, and the lock under which one key is read and written.
 //   keys\SN\      key.json  pin.json  containers\  data\        plugged
 //   parked\SN\    the same, unplugged
-//   locks\        one file a key: outside of its folder, which cannot be renamed while a file in it is open
+//   locks\        two files a key: outside of its folder, which cannot be renamed while a file in it is open
 //   making\       what is being made or removed; cleaned by the next who takes store.lock
 //   trust\        certificates and revocation lists
 #pragma once

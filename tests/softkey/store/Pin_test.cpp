@@ -1,4 +1,5 @@
 // PINs: counters that are spent before the PIN is looked at, changes that rewrite one file.
+#include "com/Handles.h"
 #include "softkey/store/StoreTest.h"
 #include "store/Wrap.h"
 
@@ -59,12 +60,15 @@ TEST_F(StoreTest, AfterTheLastTryTheRightPinIsRefusedToo)
 TEST_F(StoreTest, AnUnwritableRecordGivesNoTryAway)
 {
     const Device device = MakeKey(m_store);
-    const std::wstring file = m_folder / L"store\\keys\\SN01\\pin.json";
-    SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_READONLY);
     Secret deviceKey;
-    EXPECT_EQ(CauseOf([&] { device.Login(kPin, deviceKey); }), Cause::File);
-    EXPECT_TRUE(deviceKey.empty());
-    SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_NORMAL);
+    {
+        // Readable for everybody, but not to be replaced.
+        const UniqueFile held(CreateFileW((m_folder / L"store\\keys\\SN01\\pin.json").c_str(), GENERIC_READ,
+                                          FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+        ASSERT_TRUE(held);
+        EXPECT_EQ(CauseOf([&] { device.Login(kPin, deviceKey); }), Cause::File);
+        EXPECT_TRUE(deviceKey.empty());
+    }
     LogIn(device);
 }
 
