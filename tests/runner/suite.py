@@ -18,6 +18,8 @@ from results import Run, Tally
 EXPECTED_WINDOWS = ("unit", "objects", "component", "hardening", "registration", "control")
 # Those that look at the DLL they are given; the others test this source tree.
 EXPECTED_OF_DLL = ("component", "hardening", "registration", "control")
+# Where the libraries of the software key could be had.
+EXPECTED_OF_SOFTKEY = ("softkey", "softkey_server", "softkey_component")
 EXPECTED_NATIVE = ("native", "native_threads", "softkey_core")
 
 
@@ -91,9 +93,13 @@ def run_everything(bench, tally, options):
 
     windows = programs_in(options.build / "tests", "kzr_*_tests.exe")
     expected = EXPECTED_WINDOWS
+    if (ROOT / "build/third-party/lib/libcrypto.a").is_file():
+        expected += EXPECTED_OF_SOFTKEY
+    else:
+        print("test: THE SOFTWARE KEY IS NOT TESTED: run script/third-party", flush=True)
     if options.foreign_dll:
         expected = EXPECTED_OF_DLL
-        for label in ("unit", "objects"):
+        for label in ("unit", "objects", "softkey", "softkey_server"):
             windows.pop(label, None)
     matched += run_programs(bench, tally, windows, expected, options.filter, wine=True)
 
