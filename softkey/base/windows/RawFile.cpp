@@ -124,16 +124,17 @@ void RenameOnto(const std::string& from, const std::string& to)
 {
     const std::wstring source = NameOf(from);
     const std::wstring target = NameOf(to);
+    const DWORD attributes = GetFileAttributesW(target.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES &&
+        (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY)) != 0)
+        throw FileFailure(to, "replacing", ERROR_ACCESS_DENIED);
     // A reader, or a scanner that looks at every new file, keeps the name for a moment.
     for (int left = 40;; --left) {
         if (MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
             return;
         const DWORD error = GetLastError();
         const bool held = error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED;
-        const DWORD attributes = GetFileAttributesW(target.c_str());
-        const bool never = attributes != INVALID_FILE_ATTRIBUTES &&
-                           (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY)) != 0;
-        if (!held || never || left == 0) throw FileFailure(to, "replacing", error);
+        if (!held || left == 0) throw FileFailure(to, "replacing", error);
         Sleep(25);
     }
 }
