@@ -1,21 +1,37 @@
 #include "control/Drawing.h"
 
+#include <algorithm>
+
+#include "fault/Frames.h"
+
 namespace kzr {
 namespace {
 
 constexpr int kHimetricPerInch = 2540;
 
+// No device is wider. Some systems fault when an ellipse is much larger than their coordinates.
+constexpr LONG kFarthest = 32767;
+
+LONG Within(LONG coordinate) noexcept { return std::clamp(coordinate, -kFarthest, kFarthest); }
+
 }  // namespace
 
-// The container's context may hold any brush and pen, so both are chosen here.
-void DrawControl(HDC context, const RECT& bounds) noexcept
+// The container's context may hold any brush and pen, so both are chosen here. The context is its own, too,
+// and may be a printer's: what its driver does with these bounds must not end in a function that cannot
+// throw.
+void DrawControl(HDC context, const RECT& asked) noexcept
 {
-    const int saved = SaveDC(context);
-    FillRect(context, &bounds, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
-    SelectObject(context, GetStockObject(WHITE_BRUSH));
-    SelectObject(context, GetStockObject(BLACK_PEN));
-    Ellipse(context, bounds.left, bounds.top, bounds.right, bounds.bottom);
-    RestoreDC(context, saved);
+    const RECT bounds = {Within(asked.left), Within(asked.top), Within(asked.right), Within(asked.bottom)};
+    CallForeignQuietly(
+        [&] {
+            const int saved = SaveDC(context);
+            FillRect(context, &bounds, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
+            SelectObject(context, GetStockObject(WHITE_BRUSH));
+            SelectObject(context, GetStockObject(BLACK_PEN));
+            Ellipse(context, bounds.left, bounds.top, bounds.right, bounds.bottom);
+            return RestoreDC(context, saved);
+        },
+        FALSE);
 }
 
 SIZE ToPixels(const SIZE& himetric) noexcept
