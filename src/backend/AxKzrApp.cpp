@@ -5,6 +5,7 @@
 #include <ocidl.h>
 #include <oleidl.h>
 
+#include <atomic>
 #include <new>
 
 #include "com/Bstr.h"
@@ -22,6 +23,11 @@ const CLSID kBackendClsid = {0x5d343b47, 0xfdd0, 0x4802, {0x93, 0x0b, 0xea, 0xdd
 // Both under the backend lock.
 Immortal<std::shared_ptr<CAxKzrApp>> g_instance;
 unsigned g_holders = 0;
+
+// Disconnecting runs the backend's code, whose overflow of the stack can only be caught with this much of it
+// left. A holder who has less is given back by the next one that comes or goes with room.
+constexpr std::size_t kStackToDisconnect = 96 * 1024;
+std::atomic<unsigned> g_owed{0};
 
 // A fault counts as the failure of the call it came out of: every step of making and undoing the connection
 // has a failure path of its own.
@@ -84,6 +90,7 @@ std::shared_ptr<CAxKzrApp> CAxKzrApp::Instance()
 {
     KZR_TRACE("CAxKzrApp::Instance starting...");
     const LockGuard held = BackendLock().lock();
+    g_holders -= g_owed.exchange(0);
     if (!*g_instance && !MakeInstance()) return nullptr;
     const std::shared_ptr<CAxKzrApp> instance = *g_instance;
     ++g_holders;
@@ -152,13 +159,17 @@ void CAxKzrApp::Destroy(const std::shared_ptr<CAxKzrApp>& instance) noexcept
 
 void CAxKzrApp::Release()
 {
+    if (!HasStackLeft(kStackToDisconnect)) {
+        ++g_owed;
+        return;
+    }
     KZR_TRACE("CAxKzrApp::Release starting...");
     const LockGuard held = BackendLock().lock();
     if (g_holders == 0) {
         KZR_TRACE("CAxKzrApp::Release ref_counts is 0, return ok...");
         return;
     }
-    const unsigned left = --g_holders;
+    const unsigned left = g_holders -= 1 + g_owed.exchange(0);
     if (left == 0 && *g_instance && !(*g_instance)->m_connecting) {
         KZR_TRACE("CAxKzrApp::Release delete...");
         Destroy(std::shared_ptr<CAxKzrApp>(*g_instance));

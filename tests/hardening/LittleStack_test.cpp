@@ -1,0 +1,82 @@
+// The last reference given back by a caller who has hardly any stack left, to a backend that then overflows
+// it.
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <cstdio>
+#include <functional>
+
+#include "Area.h"
+#include "Holdings.h"
+#include "QuietBench.h"
+
+namespace kzr::test {
+namespace {
+
+struct LittleStack {
+    std::size_t left;
+    std::function<void()> body;
+};
+
+[[gnu::noinline]] void RunWithLittle(const LittleStack& little)
+{
+    // The lowest address of this thread's stack, as the thread block gives it.
+    const auto lowest = static_cast<std::uintptr_t>(__readgsqword(0x1478));
+    const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+    auto* const used = static_cast<volatile char*>(_alloca(here - lowest - little.left));
+    used[0] = 1;
+    little.body();
+}
+
+DWORD WINAPI LittleStackThread(void* context)
+{
+    RunWithLittle(*static_cast<LittleStack*>(context));
+    return 0;
+}
+
+constexpr std::size_t kKilobytesLeft[] = {12, 16, 20, 24, 28,  32,  36,  40,  44, 48,
+                                          56, 64, 80, 96, 112, 128, 160, 200, 400};
+
+// The process is there afterwards, and the next object on a thread with room settles what was left undone.
+KZR_CHILD(ReleasesWithLittleStack)
+{
+    QuietBench bench;
+    int wrong = 0;
+    // The control gives its back where its window goes, on the thread that pumps for it.
+    for (const ScriptedClass* const made : {&kCrypto, &kUtil}) {
+        for (const Step step : {Step::Unadvise, Step::LastRelease}) {
+            for (const std::size_t kilobytes : kKilobytesLeft) {
+                std::printf("%s, %zu KiB left\n", made->name, kilobytes);
+                std::fflush(stdout);
+                ComPtr<IDispatch> object = bench.Make(*made);
+                bench.backend->At(step).Faults(FaultKind::StackOverflow);
+                LittleStack little{kilobytes * 1024, [&] { object.Reset(); }};
+                const HANDLE thread = CreateThread(nullptr, 1024 * 1024, LittleStackThread, &little,
+                                                   STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+                WaitForSingleObject(thread, INFINITE);
+                CloseHandle(thread);
+                bench.backend->At(step) = StepRule();
+                if (!bench.Make(kUtil)) ++wrong;
+                if (bench.backend->LiveControls() != 0 || bench.dll->CanUnloadNow() != S_OK) {
+                    std::printf("something was kept\n");
+                    ++wrong;
+                }
+            }
+        }
+    }
+    std::printf("%sEND\n", bench.Trouble().c_str());
+    std::fflush(stdout);
+    return wrong;
+}
+
+TEST(LittleStack, ALastReleaseWhoseBackendOverflowsItIsSurvived)
+{
+    const ChildResult ended = RunChild("ReleasesWithLittleStack", L"", 60000);
+    EXPECT_EQ(0u, ended.code) << ended.output;
+    EXPECT_NE(std::string::npos, ended.output.find("END")) << ended.output;
+    Did("backend faults", 2LL * 2 * static_cast<long long>(std::size(kKilobytesLeft)),
+        "releases with little stack");
+}
+
+}  // namespace
+}  // namespace kzr::test
