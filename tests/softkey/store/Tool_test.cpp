@@ -11,6 +11,7 @@
 #include "crypto/Keys.h"
 #include "registration/BackendRegistration.h"
 #include "registration/Registry.h"
+#include "softkey/core/TestAuthorities.h"
 #include "softkey/store/Process.h"
 #include "softkey/store/StoreTest.h"
 #include "store/Folder.h"
@@ -280,18 +281,28 @@ TEST_F(Tool, TheTestAuthorityIsMadeOnce)
     EXPECT_EQ(RunJson({"ca", "export", "--type", "rsa"}).code, 7u);
 }
 
+// A PKCS#12 file with the password "word".
+void WritePkcs12(const std::string& path, EVP_PKEY* key, const Certificate& certificate,
+                 const std::vector<Certificate>& chain = {})
+{
+    STACK_OF(X509)* const others = sk_X509_new_null();
+    for (const Certificate& one : chain) sk_X509_push(others, one.Get());
+    PKCS12* const made = PKCS12_create("word", "own", key, certificate.Get(), others, NID_aes_256_cbc,
+                                       NID_aes_256_cbc, 2048, 2048, 0);
+    ASSERT_TRUE(made);
+    unsigned char* der = nullptr;
+    const int size = i2d_PKCS12(made, &der);
+    WriteNew(path, View(der, static_cast<std::size_t>(size)));
+    OPENSSL_free(der);
+    PKCS12_free(made);
+    sk_X509_free(others);
+}
+
 TEST_F(Tool, AForeignKeyAndCertificateAreImported)
 {
     const Device device = MakeKey(m_store, "SN01", {});
     const Identity& own = Own(KeyType::Rsa);
-    PKCS12* const made = PKCS12_create("word", "own", own.key.get(), own.certificate.Get(), nullptr,
-                                       NID_aes_256_cbc, NID_aes_256_cbc, 2048, 2048, 0);
-    ASSERT_TRUE(made);
-    unsigned char* der = nullptr;
-    const int size = i2d_PKCS12(made, &der);
-    WriteNew(Path("own.p12"), View(der, static_cast<std::size_t>(size)));
-    OPENSSL_free(der);
-    PKCS12_free(made);
+    WritePkcs12(Path("own.p12"), own.key.get(), own.certificate);
 
     const Arguments import = {"import", "SN01", Path("own.p12"), "--user", kZhang,
                               "--pin",  kPin,   "--password"};
@@ -312,6 +323,26 @@ TEST_F(Tool, AForeignKeyAndCertificateAreImported)
     taken.insert(taken.end(), {"word", "--container", "SN01-1"});
     EXPECT_EQ(RunJson(taken).code, 5u);
     EXPECT_EQ(RunJson({"import", "SN01", Path("none.p12"), "--password", "x", "--pin", kPin}).code, 1u);
+}
+
+TEST_F(Tool, AnImportedChainIsTrustedOnlyWhenThatIsAskedFor)
+{
+    const Device device = MakeKey(m_store, "SN01", {});
+    const Family& family = FamilyOf(KeyType::Rsa);
+    WritePkcs12(Path("user.p12"), KeyOf(KeyType::Rsa, 2), family.user, {family.between, family.root});
+    Arguments import = {"import", "SN01", Path("user.p12"), "--pin", kPin, "--password", "word"};
+    const Ended untrusted = RunJson(import);
+    ASSERT_EQ(untrusted.code, 0u) << untrusted.errors;
+    EXPECT_EQ(untrusted.json["trusted"], false);
+    EXPECT_EQ(RunJson({"show", "SN01"}).json["containers"][0]["signing"]["validity"], "untrusted");
+    import.push_back("--trust");
+    const Ended trusted = RunJson(import);
+    ASSERT_EQ(trusted.code, 0u) << trusted.errors;
+    EXPECT_EQ(trusted.json["chain"], 2);
+    EXPECT_EQ(trusted.json["containers"][0]["name"], "SN01-2");
+    const Ended shown = RunJson({"show", "SN01"});
+    EXPECT_EQ(shown.json["containers"][1]["signing"]["validity"], "valid");
+    EXPECT_EQ(shown.json["containers"][0]["user"], CertificateField(family.user, 17));
 }
 
 TEST_F(Tool, AKeyIsDeletedOnlyWhenThatIsMeant)
