@@ -56,9 +56,23 @@ void Print(const char* when, const ResourceCount& count)
         static_cast<unsigned long long>(count.handles), static_cast<unsigned long long>(count.freeTlsSlots));
 }
 
+// 0 when nothing has grown; else which thing has.
+int GrowthSince(const ResourceCount& first)
+{
+    const ResourceCount last = CountResources();
+    Print("after the warm-up", first);
+    Print("at the end", last);
+    // Noise of the platform: far less than one small block for each cycle.
+    constexpr std::size_t kNoiseBlocks = 20, kNoiseBytes = 8192;
+    if (last.heapBlocks > first.heapBlocks + kNoiseBlocks || last.heapBytes > first.heapBytes + kNoiseBytes)
+        return 1;
+    if (last.handles > first.handles + 2) return 2;
+    return last.freeTlsSlots < first.freeTlsSlots ? 3 : 0;
+}
+
 using Cycle = bool (*)(const TestDll& dll, const SoftKeyHome& home);
 
-// 0 when nothing has grown; else which thing has.
+// 0, which thing has grown, or from 10 the cycle that failed.
 int RunCycles(Cycle cycle, int count)
 {
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
@@ -71,16 +85,8 @@ int RunCycles(Cycle cycle, int count)
             const TestDll dll(SoftKeyDll());
             if (!dll || !cycle(dll, home) || dll.CanUnloadNow() != S_OK) failure = 10 + i;
         }
-        const ResourceCount last = CountResources();
-        Print("after the warm-up", first);
-        Print("at the end", last);
-        // Noise of the platform: far less than one small block for each cycle.
-        constexpr std::size_t kNoiseBlocks = 20, kNoiseBytes = 8192;
-        if (last.heapBlocks > first.heapBlocks + kNoiseBlocks ||
-            last.heapBytes > first.heapBytes + kNoiseBytes)
-            failure = failure ? failure : 1;
-        if (last.handles > first.handles + 2) failure = failure ? failure : 2;
-        if (last.freeTlsSlots < first.freeTlsSlots) failure = failure ? failure : 3;
+        const int growth = GrowthSince(first);
+        if (failure == 0) failure = growth;
     }
     CoUninitialize();
     return failure;
@@ -100,6 +106,62 @@ void ExpectNoGrowth(const char* child)
 
 TEST(ServerModule, ItComesAndGoesThreeHundredTimesAndNothingGrows) { ExpectNoGrowth("ReloadCycles"); }
 TEST(ServerModule, ThreadsThatUsedItAndEndedLeaveNothing) { ExpectNoGrowth("ReloadCyclesOnThreads"); }
+
+// Successes of everything that allocates, ...
+bool CallsThatGoWell(IDispatch* control, const Value& certificate)
+{
+    const Value signature = Call(control, L"SOF_SignData", {kAlice, L"text"}).value;
+    const Value message = Call(control, L"SOF_SignMessage", {I2(0), kCarol, L"text"}).value;
+    const Value document = Call(control, L"SOF_SignDataXML", {kAlice, L"<a><b/></a>"}).value;
+    const Value envelope = Call(control, L"SOF_EncryptDataEx", {certificate, L"text"}).value;
+    return Call(control, L"SOF_VerifySignedData", {certificate, L"text", signature}).value == Bool(true) &&
+           Call(control, L"SOF_VerifySignedMessage", {message, L""}).value == Bool(true) &&
+           Call(control, L"SOF_VerifySignedDataXML", {document}).value == Bool(true) &&
+           Call(control, L"SOF_DecryptData", {kAlice, envelope}).value == Value(L"text") &&
+           Call(control, L"SOF_ValidateCert", {certificate}).value == I4(0);
+}
+
+// ... and failures.
+bool CallsThatFail(IDispatch* control)
+{
+    const Value nowhere = Value::Raw(VT_BYREF | VT_I2, 16);
+    return Call(control, L"SOF_VerifySignedMessage", {L"MIIB", L""}).result == kBadData &&
+           Call(control, L"SOF_VerifySignedDataXML", {L"<a>"}).result == kBadData &&
+           Call(control, L"SOF_DecryptData", {kAlice, L"MIIB"}).result == kBadData &&
+           Call(control, L"SOF_SymDecryptData", {L"key", L"AAAA"}).result == kBadData &&
+           Call(control, L"SOF_GetCertInfo", {L"MIIB", I2(1)}).result == kBadData &&
+           Call(control, L"SOF_SignData", {kWang, L"text"}).result == kNotLoggedIn &&
+           Call(control, L"SOF_HashData", {nowhere, L""}).result == DISP_E_TYPEMISMATCH;
+}
+
+// In a process that keeps the module.
+KZR_CHILD(ManyCalls)
+{
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    int failure = 0;
+    {
+        const SoftKeyHome home;
+        const TestDll dll(SoftKeyDll());
+        const ComPtr<IDispatch> control = dll.Create<IDispatch>(kServerClass);
+        if (Call(control.Get(), L"SOF_Login", {kAlice, kWidePin}).value != Bool(true)) failure = 10;
+        const Value certificate = Call(control.Get(), L"SOF_ExportUserCert", {kAlice}).value;
+        ResourceCount first;
+        constexpr int kRounds = 120;
+        for (int i = 0; i < kRounds && failure == 0; ++i) {
+            if (i == kRounds / 3) first = CountResources();
+            if (!CallsThatGoWell(control.Get(), certificate) || !CallsThatFail(control.Get()))
+                failure = 11 + i;
+        }
+        const int growth = GrowthSince(first);
+        if (failure == 0) failure = growth;
+        // Ends the login, and with it what keeps the module.
+        home.Pull("SN01");
+    }
+    CoUninitialize();
+    return failure;
+}
+
+TEST(ServerModule, ManyCallsGrowNothing) { ExpectNoGrowth("ManyCalls"); }
 
 KZR_CHILD(EndsLoggedIn)
 {
