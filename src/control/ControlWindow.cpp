@@ -110,6 +110,8 @@ void ControlWindow::ForgetClass() noexcept { UnregisterClassW(kClassName, Instan
 // From its first message to its last the window runs this module's code, so it holds the module.
 LRESULT ControlWindow::Begin(HWND window, LPARAM creation) noexcept
 {
+    // The system sends this once; anybody else may send it again, with anything.
+    if (!creation || WindowOf(window)) return FALSE;
     auto* const self =
         static_cast<ControlWindow*>(reinterpret_cast<const CREATESTRUCTW*>(creation)->lpCreateParams);
     SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
