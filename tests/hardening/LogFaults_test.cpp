@@ -29,20 +29,43 @@ std::wstring Variable(const wchar_t* name)
 
 std::wstring FolderOf(const std::wstring& path) { return path.substr(0, path.rfind(L'\\')); }
 
-// A link to the device of the build machine on which every write fails for want of room. False where there is
-// none.
-bool PutFullDisk(const std::wstring& path)
+// By opening it: a device has no attributes.
+bool IsThere(const std::wstring& path)
+{
+    const HANDLE file =
+        CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return false;
+    CloseHandle(file);
+    return true;
+}
+
+// Runs a program of the build machine on a file that Windows programs know by `path`, and waits until the
+// file is there or gone: its exit code is not told. False on a machine that has no such programs.
+bool RunOnFile(const wchar_t* program, const std::wstring& arguments, const std::wstring& path,
+               bool thereAfterwards)
 {
     using UnixName = char*(CDECL*)(const wchar_t*);
     const auto unixName = reinterpret_cast<UnixName>(reinterpret_cast<void*>(
         GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name")));
     const char* const folder = unixName ? unixName(FolderOf(path).c_str()) : nullptr;
     if (!folder) return false;
-    DeleteFileW(path.c_str());
     const std::string name(folder);
-    const std::wstring link =
-        std::wstring(name.begin(), name.end()) + L"/" + path.substr(path.rfind(L'\\') + 1);
-    return RunProgram(L"Z:\\bin\\ln", L"-s /dev/full " + link).code == 0;
+    RunProgram(program, arguments + L" " + std::wstring(name.begin(), name.end()) + L"/" +
+                            path.substr(path.rfind(L'\\') + 1));
+    for (int i = 0; i < 500 && IsThere(path) != thereAfterwards; ++i) Sleep(10);
+    return IsThere(path) == thereAfterwards;
+}
+
+// A link to the device on which every write fails for want of room.
+bool PutFullDisk(const std::wstring& path)
+{
+    if (!RunOnFile(L"Z:\\bin\\ln", L"-s /dev/full", path, true)) return false;
+    const HANDLE file = CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                    nullptr, OPEN_EXISTING, 0, nullptr);
+    DWORD written = 0;
+    const bool isFull = file != INVALID_HANDLE_VALUE && !WriteFile(file, "x", 1, &written, nullptr);
+    CloseHandle(file);
+    return isFull;
 }
 
 HANDLE OpenAlone(const std::wstring& path)
@@ -160,9 +183,14 @@ class LogFaults : public testing::TestWithParam<const wchar_t*> {
             LogPathOf(program.empty() ? L"kzr_hardening_tests.exe" : program.substr(program.rfind(L'\\') + 1),
                       m_ended.processId);
         MoveFileW((FolderOf(m_log) + L"_away").c_str(), FolderOf(m_log).c_str());
-        m_written = ReadWholeFile(m_log);
-        SetFileAttributesW(m_log.c_str(), FILE_ATTRIBUTE_NORMAL);
-        if (!RemoveDirectoryW(m_log.c_str())) DeleteFileW(m_log.c_str());
+        if (std::wstring(fault) == L"FullDisk") {
+            // Whoever read it would read for ever.
+            EXPECT_TRUE(RunOnFile(L"Z:\\bin\\rm", L"-f", m_log, false));
+        } else {
+            m_written = ReadWholeFile(m_log);
+            SetFileAttributesW(m_log.c_str(), FILE_ATTRIBUTE_NORMAL);
+            if (!RemoveDirectoryW(m_log.c_str())) DeleteFileW(m_log.c_str());
+        }
         EXPECT_EQ(0u, m_ended.code) << "5: no such fault here, 6: a processor fault, 7: something is alive";
         return m_ended.code == 0 ? ReadWholeFile(m_folder / L"answers") : "";
     }
