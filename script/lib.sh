@@ -5,6 +5,13 @@ set -euo pipefail
 KZR_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 say() { printf '%s\n' "$*"; }
+# asks_for_help ARGUMENT...: prints the comment at the top of the running script when the first one is -h or --help.
+asks_for_help() {
+    case ${1:-} in
+        -h | --help) sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0" ;;
+        *) return 1 ;;
+    esac
+}
 complain() { printf '%s: %s\n' "${KZR_STEP:-script}" "$*" >&2; }
 
 now_ms() {
