@@ -44,18 +44,21 @@ def read(lines):
     return areas, suites
 
 
-def row(name, suite, area):
-    counts = ", ".join(f"{count:,} {unit}" for unit, count in area.counts.items())
+def rows_of(name, suite, area):
+    """A row for each thing that was counted; area, suite, seed, time and findings stand in the first."""
+    counts = [f"{count:,} {unit}" for unit, count in area.counts.items()]
     skipped = f", {area.skipped} only in a full run" if area.skipped else ""
-    return (name, suite, counts or f"{area.passed + area.findings} tests", " ".join(area.seeds),
-            f"{area.milliseconds / 1000:.1f} s", f"{area.findings or 'none'}{skipped}")
+    first = [name, suite, (counts or [f"{area.passed + area.findings} tests"])[0], " ".join(area.seeds),
+             f"{area.milliseconds / 1000:.1f} s", f"{area.findings or 'none'}{skipped}"]
+    return [first] + [["", "", count, "", "", ""] for count in counts[1:]]
 
 
 def main():
     text = Path(sys.argv[1]).read_text("utf-8", "replace").replace("\r", "")
     areas, suites = read(text.splitlines())
-    rows = [("area", "suite", "count", "seed", "time", "findings")]
-    rows += sorted(row(areas.get(suite, "-"), suite, area) for suite, area in suites.items())
+    rows = [["area", "suite", "count", "seed", "time", "findings"]]
+    for suite in sorted(suites, key=lambda each: (areas.get(each, "~"), each)):
+        rows += rows_of(areas.get(suite, "-"), suite, suites[suite])
     widths = [max(len(line[column]) for line in rows) for column in range(len(rows[0]))]
     for line in rows:
         print("  ".join(cell.ljust(width) for cell, width in zip(line, widths)).rstrip())
