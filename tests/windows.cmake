@@ -104,3 +104,6 @@ add_executable(kzr_typelib_dump docs/TypeLibraryDump.cpp)
 target_link_libraries(kzr_typelib_dump PRIVATE kzr_flags ole32 oleaut32)
 target_link_options(kzr_typelib_dump PRIVATE -municode)
 set_target_properties(kzr_typelib_dump PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+
+# What the component costs; script/bench tells it.
+add_subdirectory(bench)

@@ -115,9 +115,9 @@ constexpr std::size_t kLongestText = 256;
 [[gnu::noinline]] void WriteToLibrary(const LineFacts& facts, const char* format, va_list arguments)
 {
     char message[kLineCapacity];
-    // The formatter leaves a text that is too long without its end.
-    _vsnprintf(message, sizeof(message), format, arguments);
-    message[sizeof(message) - 1] = '\0';
+    std::size_t length = 0;
+    FormatMessageText(message, sizeof(message) - 1, format, arguments, length);
+    message[length] = '\0';
     WriteToLogLibrary(facts.sourceFile, facts.line, facts.level, message);
 }
 

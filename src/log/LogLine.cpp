@@ -62,6 +62,45 @@ std::string_view BaseName(const char* path)
     return name.substr(0, kLongestSource);
 }
 
+// Takes what fits; the length that would have been needed comes back through the count.
+class Message {
+  public:
+    Message(char* start, std::size_t room) : m_next(start), m_room(room) {}
+
+    void Take(const char* text, std::size_t length)
+    {
+        const std::size_t fits = length < m_room - m_length ? length : m_room - m_length;
+        std::memcpy(m_next + m_length, text, fits);
+        m_length += fits;
+        m_cut = m_cut || fits < length;
+    }
+    std::size_t Length() const { return m_length; }
+    bool IsCut() const { return m_cut; }
+
+  private:
+    char* m_next;
+    std::size_t m_room;
+    std::size_t m_length = 0;
+    bool m_cut = false;
+};
+
+// The two places that the module's own lines have; false at any other, which is the platform's to format.
+bool TakePlace(Message& message, char kind, va_list* arguments)
+{
+    if (kind == 's') {
+        const char* const text = va_arg(*arguments, const char*);
+        if (!text) return false;
+        message.Take(text, std::strlen(text));
+        return true;
+    }
+    if (kind != 'd') return false;
+    char digits[12];
+    Prefix number(digits);
+    number.Decimal(va_arg(*arguments, int));
+    message.Take(digits, number.Length());
+    return true;
+}
+
 std::size_t BuildPrefix(char* buffer, const LineFacts& facts)
 {
     Prefix prefix(buffer);
@@ -111,13 +150,36 @@ std::int32_t LevelNumber(const char* name)
     return -1;
 }
 
+bool FormatMessageText(char* buffer, std::size_t room, const char* format, va_list arguments,
+                       std::size_t& length)
+{
+    Message message(buffer, room);
+    va_list own;
+    va_copy(own, arguments);
+    bool known = true;
+    for (const char* from = format; known && *from != '\0';) {
+        const std::size_t plain = std::strcspn(from, "%");
+        message.Take(from, plain);
+        from += plain;
+        if (*from == '\0') break;
+        known = TakePlace(message, from[1], &own);
+        from += 2;
+    }
+    va_end(own);
+    length = message.Length();
+    if (known) return !message.IsCut();
+    const int made = _vsnprintf(buffer, room, format, arguments);
+    length = made < 0 ? room : static_cast<std::size_t>(made);
+    return made >= 0;
+}
+
 std::size_t BuildLine(char* buffer, const LineFacts& facts, const char* format, va_list arguments)
 {
     const std::size_t prefix = BuildPrefix(buffer, facts);
     const std::size_t rest = kLineCapacity - prefix;
-    const int length = _vsnprintf(buffer + prefix, rest, format, arguments);
-    const bool fits = length >= 0 && static_cast<std::size_t>(length) < rest;
-    const std::size_t end = fits ? prefix + static_cast<std::size_t>(length) : prefix - 1;
+    std::size_t length = 0;
+    const bool fits = FormatMessageText(buffer + prefix, rest, format, arguments, length) && length < rest;
+    const std::size_t end = fits ? prefix + length : prefix - 1;
     buffer[end] = '\n';
     return end + 1;
 }

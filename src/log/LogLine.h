@@ -28,6 +28,11 @@ struct LineFacts {
 // does not fit is lost: the line feed then replaces the blank at the prefix's end.
 std::size_t BuildLine(char* buffer, const LineFacts& facts, const char* format, va_list arguments);
 
+// As the platform's formatter, which every line of a call would otherwise wait for: fills `room` bytes
+// without an end, and answers whether all fitted. `length` is what stands in the buffer.
+bool FormatMessageText(char* buffer, std::size_t room, const char* format, va_list arguments,
+                       std::size_t& length);
+
 // A prefix is never longer.
 constexpr std::size_t kPrefixCapacity = 384;
 
