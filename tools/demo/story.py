@@ -6,7 +6,7 @@ How a program is run and judged is left to run.py; what the foreign tools prove,
 from pathlib import Path
 
 import proofs
-from run import StepFailed
+from run import ROOT, StepFailed
 
 PIN, ADMIN_PIN = "12345678", "87654321"
 # Two vendors' keys: one of the older kind with RSA, one with the national algorithms.
@@ -21,7 +21,9 @@ nobody here wrote (openssl, xmlsec1) verify the signatures and open the envelope
 
 Where to go next
     samples/README.md     the programs that ran, to copy from; docs/reference.md has every method
-    docs/softkey.md       making keys of your own:  script/wine out/softkey.exe --help
+    docs/softkey.md       making keys of your own. Those of this run:
+                          KZR_SOFTKEY_HOME='C:\\demo\\softkey' script/wine --build build/demo out/softkey.exe list
+    build/demo            the machine it ran on; wine/drive_c/demo has all the files that were made
     docs/log.md           the log of what just happened: the support engineer's view
     script/test           every test of the project"""
 
@@ -41,14 +43,22 @@ def log_folder(machine):
     return machine.drive / "users/kzr/AppData/LocalLow/TOLV/log"
 
 
+def shown(folder):
+    """A folder as whoever stands in the source tree names it."""
+    return folder.relative_to(ROOT) if folder.is_relative_to(ROOT) else folder
+
+
 def keys(machine, transcript):
     transcript.title("Two keys: one with RSA for Mary Miller, one with SM2 for \u5f20\u4e09")
-    people = {LATIN: ["--rsa", f"{LATIN_USER};container={LATIN_CONTAINER};mail=mary@example.com"],
-              CHINESE: ["--sm2", f"{CHINESE_USER};container={CHINESE_CONTAINER};o=\u793a\u4f8b",
+    people = {LATIN: ["--provider", "Vendor A CSP",
+                      "--rsa", f"{LATIN_USER};container={LATIN_CONTAINER};mail=mary@example.com"],
+              CHINESE: ["--provider", "Vendor B CSP",
+                        "--sm2", f"{CHINESE_USER};container={CHINESE_CONTAINER};o=\u793a\u4f8b",
                         "--sm2", f"Former Employee;container={FORMER_CONTAINER}"]}
     for serial, users_of in people.items():
         arguments = ["create", serial, *users_of, "--pin", PIN, "--admin-pin", ADMIN_PIN]
-        transcript.step("softkey " + " ".join(f'"{part}"' if ";" in part else part for part in arguments),
+        words = [f'"{part}"' if " " in part or ";" in part else part for part in arguments]
+        transcript.step("softkey " + " ".join(words),
                         lambda arguments=arguments: machine.product(["softkey.exe", *arguments]))
     transcript.step(f"softkey revoke {FORMER_CONTAINER}",
                     lambda: machine.product(["softkey.exe", "revoke", FORMER_CONTAINER]))
@@ -72,7 +82,8 @@ def colleague(machine, transcript):
                         "/C=CN/O=Elsewhere/CN=Foreign Colleague", "-keyout", place / "key.pem", "-out",
                         place / "certificate.pem"]),
         machine.native(["openssl", "pkcs12", "-export", "-inkey", place / "key.pem", "-in",
-                        place / "certificate.pem", "-passout", "pass:" + password, "-out", place / "pair.p12"]))), shown=False)
+                        place / "certificate.pem", "-passout", "pass:" + password, "-out", place / "pair.p12"]))),
+                    shown=False)
     transcript.step(f"softkey import {LATIN} pair.p12",
                     lambda: machine.product(["softkey.exe", "import", LATIN, r"C:\demo\foreign\pair.p12",
                                              "--password", password, "--pin", PIN, "--container",
@@ -199,8 +210,9 @@ def support(machine, transcript):
         errors = [line for line in lines if "[error]" in line and "status(0)" not in line]
         if not lines or not errors:
             raise StepFailed(f"{len(lines)} lines and {len(errors)} errors in {log_folder(machine)}")
-        return "\n".join([f"{len(files)} log files, {len(lines)} lines, {len(errors)} of them with a code: what was "
-                          "refused on purpose. One of them:", errors[0]])
+        return "\n".join([f"{len(files)} log files in {shown(log_folder(machine))}",
+                          f"{len(lines)} lines, {len(errors)} of them with a code: what was refused on purpose. One "
+                          "of them:", errors[0]])
 
     transcript.step("the log", count)
 
