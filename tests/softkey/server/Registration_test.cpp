@@ -66,6 +66,21 @@ TEST_F(ServerRegistration, TheClassLeadsToTheDllUntilItIsUnregistered)
     EXPECT_EQ(S_OK, dll.UnregisterServer()) << "again";
 }
 
+TEST_F(ServerRegistration, NothingButTheFourEntriesIsExported)
+{
+    // The libraries inside must not be seen from outside.
+    const auto* const base = reinterpret_cast<const unsigned char*>(dll.Module());
+    const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS64*>(
+        base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
+    const DWORD place = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT].VirtualAddress;
+    ASSERT_NE(0u, place);
+    const auto* const exports = reinterpret_cast<const IMAGE_EXPORT_DIRECTORY*>(base + place);
+    EXPECT_EQ(4u, exports->NumberOfFunctions);
+    for (const char* name :
+         {"DllGetClassObject", "DllCanUnloadNow", "DllRegisterServer", "DllUnregisterServer"})
+        EXPECT_NE(nullptr, dll.Export(name)) << name;
+}
+
 TEST_F(ServerRegistration, AnotherServerKeepsTheClass)
 {
     constexpr wchar_t kOther[] = L"C:\\other.dll";
