@@ -65,6 +65,7 @@ def run_checks(bench, tally, options):
         table["includes"] = [*python, ROOT / "tests/check_includes"]
         if bench.build.name == "release":  # the others are not what is delivered
             table["bench"] = [*python, ROOT / "tests/bench/run", "--short", "--build", bench.build, "--dll", bench.dll]
+            table["demo"] = [ROOT / "script/demo", "--no-build", "--cases"]
         table["includes self-test"] = [*python, ROOT / "tests/check_includes", "--self-test"]
         table["fuzz"] = [*python, ROOT / "tests/native/fuzz", "--build", options.native]
         for name in ("messages_and_keys", "xml_and_chains"):
