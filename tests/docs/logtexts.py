@@ -10,10 +10,10 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parents[2]
 DOCUMENT = ROOT / "docs/log.md"
 
-CALL = re.compile(r"\b(KZR_TRACE|KZR_NOTICE|KZR_ERROR|KZR_TEXT|WriteLog)\(")
+CALL = re.compile(r"\b(KZR_TRACE|KZR_TRACE_TEXTS|KZR_NOTICE|KZR_ERROR|KZR_TEXT|WriteLog)\(")
 LITERAL = re.compile(r'"((?:[^"\\]|\\.)*)"')
 COMMENT = re.compile(r"//[^\n]*")
-LEVELS = {"KZR_TRACE": "trace", "KZR_NOTICE": "notice", "KZR_ERROR": "error"}
+LEVELS = {"KZR_TRACE": "trace", "KZR_TRACE_TEXTS": "trace", "KZR_NOTICE": "notice", "KZR_ERROR": "error"}
 ROW = re.compile(r"^\| `([^`]+)` \| (trace|notice|error) \|", re.M)
 
 
