@@ -1,9 +1,10 @@
 // Gives random data, as Base64, twice.
 //     cscript //nologo random.js [BYTES]
+// The number is a short: 1 to 32767.
 
 function main(given) {
     var bytes = given.length === 0 ? 16 : parseInt(given(0), 10);
-    if (given.length > 1 || !(bytes > 0)) {
+    if (given.length > 1 || !(bytes > 0 && bytes <= 32767)) {
         WScript.Echo("usage: cscript //nologo random.js [BYTES]");
         return 2;
     }

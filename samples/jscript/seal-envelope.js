@@ -37,8 +37,11 @@ function main(given) {
 
     if (given.length > 3) {
         var util = new ActiveXObject("TOLVSecCOM.Util"), folder = given(3) + "\\";
-        if (util.base64DecodeFile(envelope, folder + "envelope.p7m") !== 0) return 1;
-        if (util.base64DecodeFile(recipient, folder + "recipient.cer") !== 0) return 1;
+        if (util.base64DecodeFile(envelope, folder + "envelope.p7m") !== 0 ||
+            util.base64DecodeFile(recipient, folder + "recipient.cer") !== 0) {
+            WScript.Echo("Could not be saved in " + folder);
+            return 1;
+        }
         WScript.Echo("Saved as " + folder + "envelope.p7m");
     }
     WScript.Echo(opened === text ? "The text came back." : "The text did not come back.");

@@ -3,7 +3,7 @@
 // With a date the days count from the end of that day, else from now.
 
 function main(given) {
-    if (given.length < 1 || given.length > 2) {
+    if (given.length < 1 || given.length > 2 || (given.length > 1 && !/^\d{4}\/\d\d\/\d\d$/.test(given(1)))) {
         WScript.Echo("usage: cscript //nologo show-certificate.js CONTAINER [YYYY/MM/DD]");
         return 2;
     }

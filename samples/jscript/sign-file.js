@@ -38,8 +38,10 @@ function main(given) {
     var changed = show("Crypto.verifySignFile(changed file, certificate, signature)",
                        crypto.verifySignFile(file + ".changed", signer, signature));
 
-    if (util.base64DecodeFile(signature, file + ".sig") !== 0) return 1;
-    if (util.base64DecodeFile(signer, file + ".cer") !== 0) return 1;
+    if (util.base64DecodeFile(signature, file + ".sig") !== 0 || util.base64DecodeFile(signer, file + ".cer") !== 0) {
+        WScript.Echo("Could not be saved beside " + file);
+        return 1;
+    }
     WScript.Echo(good === 0 && changed !== 0 ? "The signature holds, and holds for this file only."
                                              : "The signature does not tell the files apart.");
     return good === 0 && changed !== 0 ? 0 : 1;

@@ -36,8 +36,11 @@ function main(given) {
     if (given.length > 2) {
         var util = new ActiveXObject("TOLVSecCOM.Util"), folder = given(2) + "\\";
         // Text to Base64 and from there to a file is the way to a file in UTF-8.
-        if (util.base64DecodeFile(util.base64EncodeString(DOCUMENT), folder + "order.xml") !== 0) return 1;
-        if (util.base64DecodeFile(util.base64EncodeString(signed), folder + "order-signed.xml") !== 0) return 1;
+        if (util.base64DecodeFile(util.base64EncodeString(DOCUMENT), folder + "order.xml") !== 0 ||
+            util.base64DecodeFile(util.base64EncodeString(signed), folder + "order-signed.xml") !== 0) {
+            WScript.Echo("Could not be saved in " + folder);
+            return 1;
+        }
         WScript.Echo("Saved as " + folder + "order-signed.xml");
     }
     WScript.Echo(good === 0 && changed !== 0 ? "The signature holds, and holds for this document only."
