@@ -1,0 +1,109 @@
+// Registering over and over, from paths at the edges of what a path may be, and with a registry that cannot
+// be written.
+#include <cstdio>
+#include <stdexcept>
+
+#include "registration/CleanRegistry.h"
+#include "support/Rounds.h"
+
+namespace kzr::test {
+namespace {
+
+class RegistrationRounds : public CleanRegistry {};
+
+TEST_F(RegistrationRounds, EachLeavesExactlyTheKeysOfTheList)
+{
+    const std::wstring path = DllPath();
+    const int rounds = Rounds(20, 200);
+    for (int i = 0; i < rounds; ++i) {
+        const ServerModule server(path);
+        ASSERT_EQ(S_OK, server.Register()) << i;
+        ASSERT_EQ("", DifferenceFrom(GoldenKeys(path))) << i;
+        ASSERT_EQ(S_OK, server.Unregister()) << i;
+        ASSERT_EQ("", DifferenceFrom(GoldenRemains())) << i;
+    }
+    std::printf("did: registration: %d cycles\n", rounds);
+}
+
+// A copy in nested folders, its whole path exactly this long.
+class DeepCopy {
+  public:
+    explicit DeepCopy(std::size_t length)
+    {
+        wchar_t temp[MAX_PATH];
+        GetTempPathW(MAX_PATH, temp);
+        m_path = temp + (L"kzr" + std::to_wstring(GetCurrentProcessId()));
+        CreateDirectoryW(m_path.c_str(), nullptr);
+        m_folders.push_back(m_path);
+        const std::size_t name = std::wstring(L"\\KzrSecX_x64.dll").size();
+        while (m_path.size() + name < length) {
+            const std::size_t missing = length - name - m_path.size();
+            // Never one character alone to be filled at the end: a folder needs two.
+            const std::size_t part = missing > 60 ? 50 : missing;
+            m_path += L"\\" + std::wstring(part - 1, L'd');
+            CreateDirectoryW(m_path.c_str(), nullptr);
+            m_folders.push_back(m_path);
+        }
+        m_path += L"\\KzrSecX_x64.dll";
+        if (!CopyFileW(DllPath().c_str(), m_path.c_str(), FALSE))
+            throw std::runtime_error("the DLL cannot be copied");
+    }
+    DeepCopy(const DeepCopy&) = delete;
+    DeepCopy& operator=(const DeepCopy&) = delete;
+    ~DeepCopy()
+    {
+        DeleteFileW(m_path.c_str());
+        for (auto folder = m_folders.rbegin(); folder != m_folders.rend(); ++folder)
+            RemoveDirectoryW(folder->c_str());
+    }
+    const std::wstring& Path() const { return m_path; }
+
+  private:
+    std::wstring m_path;
+    std::vector<std::wstring> m_folders;
+};
+
+class RegistrationFromDeepFolder : public CleanRegistry, public testing::WithParamInterface<int> {};
+
+TEST_P(RegistrationFromDeepFolder, ThePathRegistersWholeAndGoesAgain)
+{
+    const DeepCopy copy(static_cast<std::size_t>(GetParam()));
+    ASSERT_EQ(static_cast<std::size_t>(GetParam()), copy.Path().size());
+    const ServerModule server(copy.Path());
+    EXPECT_EQ(S_OK, server.Register());
+    EXPECT_EQ("", DifferenceFrom(GoldenKeys(copy.Path())));
+    EXPECT_EQ(S_OK, server.Unregister());
+    EXPECT_EQ("", DifferenceFrom(GoldenRemains()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Lengths, RegistrationFromDeepFolder, testing::Values(200, 250));
+
+TEST_F(RegistrationRounds, ADllThatWasMovedIsRegisteredAndUnregisteredFromItsNewPlace)
+{
+    const DeepCopy first(120), second(150);
+    ASSERT_EQ(S_OK, ServerModule(first.Path()).Register());
+    ASSERT_TRUE(DeleteFileW(first.Path().c_str())) << "the module is still loaded";
+    const ServerModule moved(second.Path());
+    EXPECT_EQ(S_OK, moved.Register());
+    EXPECT_EQ("", DifferenceFrom(GoldenKeys(second.Path())));
+    EXPECT_EQ(S_OK, moved.Unregister());
+    EXPECT_EQ("", DifferenceFrom(GoldenRemains()));
+}
+
+// Some platforms open the library that is to be unregistered, and fail when it is gone; that is answered as
+// it stands.
+TEST_F(RegistrationRounds, ADllThatWasMovedGetsRidOfItsOldPlacesKeysByRegisteringFirst)
+{
+    const DeepCopy first(120), second(150);
+    ASSERT_EQ(S_OK, ServerModule(first.Path()).Register());
+    ASSERT_TRUE(DeleteFileW(first.Path().c_str()));
+    const ServerModule moved(second.Path());
+    const HRESULT result = moved.Unregister();
+    EXPECT_TRUE(result == S_OK || result == TYPE_E_INVALIDSTATE) << std::hex << result;
+    EXPECT_EQ(S_OK, moved.Register());
+    EXPECT_EQ(S_OK, moved.Unregister());
+    EXPECT_EQ("", DifferenceFrom(GoldenRemains()));
+}
+
+}  // namespace
+}  // namespace kzr::test
