@@ -39,6 +39,8 @@ if(WIN32)
       -fno-rtti
       # Both make copies of library templates that every file would then hold for itself.
       -fno-ipa-sra -fno-ipa-cp
+      # Size would have every copy of a text made byte by byte in place.
+      -mstringop-strategy=libcall
       # Every function has unwind information, which this linker keeps together with its function: nothing
       # would be dropped, and each section of its own is padded.
       -fno-function-sections -fno-data-sections

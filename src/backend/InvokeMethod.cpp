@@ -11,7 +11,7 @@ namespace {
 
 constexpr char kLogSource[] = "AxKzrApp";
 
-std::string Decimal(long number)
+void AppendDecimal(std::string& text, long number)
 {
     char digits[24];
     char* const end = digits + sizeof(digits);
@@ -22,36 +22,40 @@ std::string Decimal(long number)
         *--start = static_cast<char>('0' + rest % 10);
     } while ((rest /= 10) != 0);
     if (number < 0) *--start = '-';
-    return {start, end};
+    text.append(start, end);
 }
 
 // A value as the call lines show it; a type that never travels here shows as nothing.
-std::string Render(const VARIANT& value)
+void AppendValue(std::string& text, const VARIANT& value)
 {
     switch (value.vt) {
         case VT_I2:
-            return Decimal(value.iVal);
+            return AppendDecimal(text, value.iVal);
         case VT_I4:
-            return Decimal(value.lVal);
+            return AppendDecimal(text, value.lVal);
         case VT_BSTR:
-            return BstrToString(value.bstrVal);
+            if (value.bstrVal)
+                AppendAnsi(text, std::wstring_view(value.bstrVal, SysStringLen(value.bstrVal)));
+            return;
         case VT_BOOL:
-            return value.boolVal ? "VARIANT_TRUE" : "VARIANT_FALSE";
+            text += value.boolVal ? "VARIANT_TRUE" : "VARIANT_FALSE";
+            return;
         default:
-            return {};
+            return;
     }
 }
 
 // First argument first, so from the array's end. Values stand in clear, PINs included: support relies on it.
-std::string RenderAll(const VARIANT* reversed, unsigned count)
+void AppendAll(std::string& text, const VARIANT* reversed, unsigned count)
 {
-    std::string text;
     for (unsigned i = count; i-- > 0;) {
-        text += Render(reversed[i]);
+        AppendValue(text, reversed[i]);
         if (i != 0) text += "--";
     }
-    return text;
 }
+
+// Room for the values of most calls, so that a call's two lines take memory once.
+constexpr std::size_t kUsualValues = 120;
 
 }  // namespace
 
@@ -73,10 +77,15 @@ HRESULT CAxKzrApp::InvokeMethod(const wchar_t* methodName, VARIANT* args, unsign
     }
 
     const std::string name = BstrToString(std::wstring_view(methodName));
+    std::string shown;
+    if (argCount != 0) shown.reserve(kUsualValues);
+    AppendAll(shown, args, argCount);
     KZR_TRACE("CAxKzrApp: call KzrAppCOM %s, param count(%d) param(s)(%s)", name.c_str(),
-              static_cast<int>(argCount), RenderAll(args, argCount).c_str());
+              static_cast<int>(argCount), shown.c_str());
     const HRESULT called = DispatchByName(methodName, args, argCount, result);
-    KZR_TRACE("CAxKzrApp: call KzrAppCOM %s, result(%s)...", name.c_str(), Render(*result).c_str());
+    shown.clear();
+    AppendValue(shown, *result);
+    KZR_TRACE("CAxKzrApp: call KzrAppCOM %s, result(%s)...", name.c_str(), shown.c_str());
     return called;
 }
 

@@ -3,14 +3,20 @@
 namespace kzr {
 namespace {
 
-std::string ToAnsi(const wchar_t* wide, int length)
+// What every page has at the same place needs no table.
+bool AppendAscii(std::string& narrow, std::wstring_view wide)
 {
-    if (length <= 0) return {};
-    const int size = WideCharToMultiByte(CP_ACP, 0, wide, length, nullptr, 0, nullptr, nullptr);
-    if (size <= 0) return {};
-    std::string narrow(static_cast<std::size_t>(size), '\0');
-    const int made = WideCharToMultiByte(CP_ACP, 0, wide, length, narrow.data(), size, nullptr, nullptr);
-    return made == size ? narrow : std::string();
+    const std::size_t before = narrow.size();
+    narrow.resize(before + wide.size());
+    char* to = narrow.data() + before;
+    unsigned seen = 0;
+    for (const wchar_t unit : wide) {
+        seen |= unit;
+        *to++ = static_cast<char>(unit);
+    }
+    if (seen < 0x80) return true;
+    narrow.resize(before);
+    return false;
 }
 
 std::wstring ToWide(UINT codePage, const char* narrow)
@@ -27,14 +33,29 @@ std::wstring ToWide(UINT codePage, const char* narrow)
 
 }  // namespace
 
+void AppendAnsi(std::string& narrow, std::wstring_view wide)
+{
+    const int length = static_cast<int>(wide.size());
+    if (length <= 0 || AppendAscii(narrow, wide)) return;
+    const int size = WideCharToMultiByte(CP_ACP, 0, wide.data(), length, nullptr, 0, nullptr, nullptr);
+    if (size <= 0) return;
+    const std::size_t before = narrow.size();
+    narrow.resize(before + static_cast<std::size_t>(size));
+    const int made =
+        WideCharToMultiByte(CP_ACP, 0, wide.data(), length, narrow.data() + before, size, nullptr, nullptr);
+    if (made != size) narrow.resize(before);
+}
+
 std::string BstrToString(BSTR wide)
 {
-    return wide ? ToAnsi(wide, static_cast<int>(SysStringLen(wide))) : std::string();
+    return wide ? BstrToString(std::wstring_view(wide, SysStringLen(wide))) : std::string();
 }
 
 std::string BstrToString(std::wstring_view wide)
 {
-    return ToAnsi(wide.data(), static_cast<int>(wide.size()));
+    std::string narrow;
+    AppendAnsi(narrow, wide);
+    return narrow;
 }
 
 std::wstring StringToWide(const char* narrow) { return ToWide(CP_THREAD_ACP, narrow); }

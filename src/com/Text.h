@@ -17,6 +17,8 @@ namespace kzr {
 // conversion whose two passes disagree about the length gives "".
 std::string BstrToString(BSTR wide);
 std::string BstrToString(std::wstring_view wide);
+// The same behind what is there already.
+void AppendAnsi(std::string& narrow, std::wstring_view wide);
 
 // Narrow to wide by the calling thread's ANSI code page (CP_THREAD_ACP), up to the first null character.
 std::wstring StringToWide(const char* narrow);

@@ -1,5 +1,5 @@
 // Measures one part per run, so that no part disturbs another:
-//     kzr_bench FOLDER cpu|server|load|table|growth|exact|planted [ROUNDS]
+//     kzr_bench FOLDER cpu|server|load|table|growth|exact|planted|profile [ROUNDS]
 // FOLDER holds quiet\ (the component and a log library that drops everything), plain\ (the component alone),
 // Empty.dll and Planted.dll. Ends with the line END.
 #include <windows.h>
@@ -304,6 +304,26 @@ void CountPlanted()
     TellGrowthOf("planted-growth", 10, 10, growth);
 }
 
+// For a profiler: one call through the type information, over and over.
+void CallForSeconds(double seconds)
+{
+    const Component component(Quiet());
+    const ComPtr<ICrypto> crypto = component.Make<ICrypto>(CLSID_Crypto);
+    VARIANT argument{};
+    argument.vt = VT_BSTR;
+    argument.bstrVal = Text();
+    DISPPARAMS parameters{&argument, nullptr, 1, 0};
+    for (double spent = 0; spent < seconds;)
+        spent += SecondsOf([&] {
+            for (int i = 0; i < 10000; ++i) {
+                VARIANT result{};
+                crypto->Invoke(DISPID_ICrypto_Hash, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD,
+                               &parameters, &result, nullptr, nullptr);
+                VariantClear(&result);
+            }
+        });
+}
+
 int Run(const std::wstring& part)
 {
     if (FAILED(g_backend.Register())) Component::Quit("the backend could not be registered");
@@ -320,6 +340,8 @@ int Run(const std::wstring& part)
         MeasureGrowth(isShort ? 50000 : 1000000, isShort ? 60 : 300);
     else if (part == L"exact")
         CountExactly();
+    else if (part == L"profile")
+        CallForSeconds(5);
     else if (part == L"planted")
         CountPlanted();
     else

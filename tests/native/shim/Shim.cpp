@@ -60,8 +60,12 @@ std::string BstrToString(BSTR wide) { return wide ? BstrToString(std::wstring_vi
 std::string BstrToString(std::wstring_view wide)
 {
     std::string narrow;
-    for (const wchar_t c : wide) narrow += static_cast<char>(c);
+    AppendAnsi(narrow, wide);
     return narrow;
+}
+void AppendAnsi(std::string& narrow, std::wstring_view wide)
+{
+    for (const wchar_t c : wide) narrow += static_cast<char>(c);
 }
 
 }  // namespace kzr
