@@ -20,7 +20,8 @@ constexpr char kExamples[] =
   softkey export DEMO0001 --output certificates.pem
   softkey ca export --type sm2 --chain chain.pem --crl list.pem
   softkey register
-"softkey COMMAND --help" tells more about each command. A PIN or password that
+"softkey COMMAND --help" tells more about each command; --store, --json and
+--quiet go with all of them, before or behind. A PIN or password that
 is not given is asked for; from a pipe, one line is read for each.
 
 Exit codes: 0 done, 1 failed, 2 wrong command line or value, 3 no such key or
@@ -181,6 +182,7 @@ void Definition::DefineKeys()
 void Definition::DefinePins()
 {
     CLI::App* pin = m_app.add_subcommand("pin", "Changes and unblocks PINs");
+    pin->footer("");
     pin->require_subcommand(0, 1);
     pin->fallthrough();
     CLI::App& set = Command(*pin, "set", "Changes the PIN, by the old one", SetPin,
@@ -213,6 +215,7 @@ void Definition::DefineCertificates()
     one.add_flag("--force", m_options.force, "Replace the file");
 
     CLI::App* authority = m_app.add_subcommand("ca", "The test CA, made on first use");
+    authority->footer("");
     authority->require_subcommand(0, 1);
     authority->fallthrough();
     CLI::App& all =
@@ -247,6 +250,8 @@ CommandLine ReadCommandLine(std::vector<std::string> arguments)
 {
     CommandLine line;
     Definition definition(line);
+    // The parser may have stopped before it came to it.
+    const bool json = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
     std::reverse(arguments.begin(), arguments.end());
     try {
         definition.App().parse(std::move(arguments));
@@ -256,6 +261,10 @@ CommandLine ReadCommandLine(std::vector<std::string> arguments)
         std::ostringstream out, problem;
         line.exitCode = definition.App().exit(error, out, problem) == 0 ? kDone : kUsage;
         line.command = nullptr;
+        if (json && line.exitCode != kDone)
+            Print(Json{{"error", {{"code", line.exitCode}, {"message", error.what()}}}}.dump(
+                      2, ' ', false, Json::error_handler_t::replace) +
+                  "\n");
         Print(out.str());
         PrintError(problem.str());
     }
