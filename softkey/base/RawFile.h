@@ -15,7 +15,8 @@ class RawFile {
   public:
     // Without a value when there is no such file. Takes ordinary files only: a device or a pipe has no end.
     static std::optional<RawFile> OpenToRead(const std::string& path);
-    // The file must not be there yet.
+    // The file must not be there yet. On Windows it goes with this object, or its process, until
+    // FlushAndClose.
     static RawFile CreateToWrite(const std::string& path);
 
     RawFile(RawFile&& other) noexcept;

@@ -48,6 +48,15 @@ std::wstring NameOf(const std::string& path)
     return name.size() < kLongName ? name : WithPrefix(name);
 }
 
+// Whether the system removes the file with its last handle, however that goes: half-written files may hold
+// what was decrypted, and nobody would look for them.
+bool GoWithHandle(HANDLE file, bool goes)
+{
+    FILE_DISPOSITION_INFO disposition{};
+    disposition.DeleteFile = goes;
+    return SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof disposition) != FALSE;
+}
+
 }  // namespace
 
 std::optional<RawFile> RawFile::OpenToRead(const std::string& path)
@@ -68,10 +77,12 @@ std::optional<RawFile> RawFile::OpenToRead(const std::string& path)
 
 RawFile RawFile::CreateToWrite(const std::string& path)
 {
-    RawFile file(CreateFileW(NameOf(path).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+    RawFile file(CreateFileW(NameOf(path).c_str(), GENERIC_WRITE | DELETE, 0, nullptr, CREATE_NEW,
                              FILE_ATTRIBUTE_NORMAL, nullptr),
                  path);
     if (file.m_file == INVALID_HANDLE_VALUE) throw FileFailure(path, "creating");
+    // Where the file system cannot do this, what a dead process wrote stays, as on other platforms.
+    GoWithHandle(file.m_file, true);
     return file;
 }
 
@@ -116,6 +127,8 @@ void RawFile::FlushAndClose()
 {
     const bool flushed = FlushFileBuffers(m_file);
     const DWORD error = GetLastError();
+    // Should it go nevertheless, whoever renames it hears of that.
+    if (flushed) GoWithHandle(m_file, false);
     Close();
     if (!flushed) throw FileFailure(m_path, "writing", error);
 }

@@ -167,13 +167,17 @@ TEST(FileDeathTest, StaysAsItWasWhenTheWriterDies)
 #endif
     EXPECT_EQ(ReadWholeFile(path), BytesOf("old"));
     const std::vector<std::string> names = scratch.Names();
+#ifdef _WIN32
+    EXPECT_EQ(names, std::vector<std::string>{"file"}) << "what it had written was left";
+#else
     ASSERT_EQ(names.size(), 2u) << "no temporary was under way";
     const std::string& temporary = names[0] == "file" ? names[1] : names[0];
     EXPECT_TRUE(temporary.ends_with(kTemporaryEnding)) << temporary;
+#endif
 
     ReplaceFile(path, BytesOf("newer"));
     EXPECT_EQ(ReadWholeFile(path), BytesOf("newer"));
-    EXPECT_EQ(scratch.Names().size(), 2u);
+    EXPECT_EQ(scratch.Names().size(), names.size());
 }
 
 TEST(File, WritersAtTheSameTimeLeaveOneOfTheirContents)
