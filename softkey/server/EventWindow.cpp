@@ -9,8 +9,12 @@ namespace {
 constexpr wchar_t kClassName[] = L"KzrSoftKeyEvents";
 constexpr UINT kDeliver = WM_APP;
 
+// Of two apartments that make their first windows at once, one could find the class taken and not there yet.
+Mutex g_registering;
+
 void EnsureClass(WNDPROC procedure)
 {
+    const Hold held(g_registering);
     WNDCLASSEXW made{};
     made.cbSize = sizeof(made);
     made.lpfnWndProc = procedure;
