@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <utility>
 
 #include "base/Base64.h"
@@ -37,17 +38,27 @@ std::uint8_t Double(std::uint8_t value)
     return static_cast<std::uint8_t>(value << 1 ^ (value >> 7) * 0x1B);
 }
 
-// row *= factor. The time depends on the factor alone, which is a share's number and no secret.
+// Of each of the eight bytes.
+std::uint64_t DoubleAll(std::uint64_t bytes)
+{
+    constexpr std::uint64_t kOnes = 0x0101010101010101;
+    return (bytes & kOnes * 0x7F) << 1 ^ (bytes >> 7 & kOnes) * 0x1B;
+}
+
+// row *= factor. The time depends on the factor alone, which is a share's number and no secret. Eight bytes
+// at a time, since the largest secret in the most shares takes four thousand million products.
 void Multiply(Secret& row, std::uint8_t factor)
 {
-    for (std::uint8_t& value : row) {
-        std::uint8_t product = 0;
-        std::uint8_t power = value;
+    for (std::size_t at = 0; at < row.size(); at += sizeof(std::uint64_t)) {
+        const std::size_t size = std::min(sizeof(std::uint64_t), row.size() - at);
+        std::uint64_t power = 0;
+        std::memcpy(&power, row.data() + at, size);
+        std::uint64_t product = 0;
         for (std::uint8_t rest = factor; rest != 0; rest >>= 1) {
             if (rest & 1) product ^= power;
-            power = Double(power);
+            power = DoubleAll(power);
         }
-        value = product;
+        std::memcpy(row.data() + at, &product, size);
     }
 }
 
