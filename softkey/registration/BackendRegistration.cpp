@@ -118,6 +118,13 @@ void KeepAside(HKEY root)
     DeleteTree(root, kClass);
 }
 
+// A key without a server is kept too, unless that would cost what was kept before.
+void MakeRoom(HKEY root)
+{
+    if (ForeignHolderIn(root) || (!IsOurs(root) && KeyExists(root, kClass) && !IsKeptAside(root)))
+        KeepAside(root);
+}
+
 void PutBack(HKEY root)
 {
     if (IsKeptAside(root)) CopyTree(root, std::wstring(kAside) + L"\\Class", kClass);
@@ -161,13 +168,10 @@ void RegisterBackend(const std::wstring& dllPath, bool replace)
             if (const auto holder = ForeignHolderIn(root)) throw BackendHeld(*holder);
         }
     }
-    // The machine's first: without the right to write there, nothing is changed at all.
-    for (const HKEY root : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER}) {
-        // A key without a server is kept too, unless that would cost what was kept before.
-        if (ForeignHolderIn(root) || (!IsOurs(root) && KeyExists(root, kClass) && !IsKeptAside(root)))
-            KeepAside(root);
-    }
+    // The machine's first, and whole: without the right to write there, nothing is changed at all.
+    MakeRoom(HKEY_LOCAL_MACHINE);
     WriteClass(dllPath);
+    MakeRoom(HKEY_CURRENT_USER);
 }
 
 void UnregisterBackend()

@@ -153,6 +153,23 @@ TEST_F(BackendRegistration, AServerThatRegisteredItselfOverOursIsLeftAlone)
     EXPECT_EQ(Machine(), machine);
 }
 
+// The machine's key can be made by nobody; the user's could be moved.
+TEST_F(BackendRegistration, WithoutTheRightToTheMachineNothingIsChanged)
+{
+    const kzr::test::Snapshot empty = Machine();
+    RegisterForeign(HKEY_CURRENT_USER);
+    const Snapshot before = User();
+    UniqueHkey volatileRoot = kzr::test::MakeVolatileKey(HKEY_CURRENT_USER, L"Software\\KzrSoftKeyTestRoot");
+    ASSERT_EQ(RegOverridePredefKey(HKEY_LOCAL_MACHINE, volatileRoot.Get()), 0);
+    const auto cause = CauseOf([] { RegisterBackend(kOurs, true); });
+    RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
+    volatileRoot = UniqueHkey();
+    RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\KzrSoftKeyTestRoot");
+    EXPECT_EQ(cause, Cause::File);
+    EXPECT_EQ(kzr::test::Difference(before, User()), "");
+    EXPECT_EQ(kzr::test::Difference(empty, Machine()), "");
+}
+
 TEST_F(BackendRegistration, AHalfKeptCopyIsNeverPutBack)
 {
     RegisterBackend(kOurs, false);
