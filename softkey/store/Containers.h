@@ -15,8 +15,8 @@ ContainerRecord ReadContainer(const std::string& folder, const std::string& cont
 void CheckNewContainer(const NewContainer& container);
 void WriteContainer(const std::string& folder, const Secret& deviceKey, const NewContainer& container);
 
-// Throws Failure(UnknownContainer) when there is no such pair, and Failure(NotLoggedIn) when the device key
-// is another key's.
+// Throws Failure(UnknownContainer) when there is no such pair, Failure(NotLoggedIn) for what is no device
+// key, and Failure(BadData) for one that does not open the private key.
 KeyHandle UnwrapKey(const ContainerRecord& record, const Secret& deviceKey, Pair pair);
 
 }  // namespace kzr::softkey

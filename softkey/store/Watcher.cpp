@@ -61,6 +61,7 @@ struct Watcher::State {
     void TakeNotices(DWORD size);
     void Set(const std::string& name, bool plugged);
     void Settle();
+    void TakeWhatCame();
     void Run();
 };
 
@@ -97,7 +98,12 @@ void Watcher::State::Set(const std::string& name, bool plugged)
 {
     if (plugged) everKnown.insert(name);
     const bool changed = plugged ? known.insert(name).second : known.erase(name) > 0;
-    if (changed) tell({name, plugged});
+    if (!changed) return;
+    try {
+        tell({name, plugged});
+    } catch (...) {
+        // This one is lost to whoever could not take it; the next is not.
+    }
 }
 
 // Coming and going between two listings is seen here only.
@@ -136,25 +142,31 @@ void Watcher::State::Settle()
     for (const std::string& name : now) Set(name, true);
 }
 
+void Watcher::State::TakeWhatCame()
+{
+    DWORD size = 0;
+    if (asked && WaitForSingleObject(noticed.Get(), 0) == WAIT_OBJECT_0) {
+        if (GetOverlappedResult(directory, &overlapped, &size, FALSE)) {
+            TakeNotices(size);
+        } else {
+            asked = false;
+            Forget();
+        }
+    }
+    Ask();
+    Settle();
+}
+
 void Watcher::State::Run()
 {
     const HANDLE waits[] = {stop.Get(), noticed.Get()};
-    while (true) {
-        const DWORD count = asked ? 2 : 1;
-        const DWORD woken = WaitForMultipleObjects(count, waits, FALSE, kPoll);
-        if (woken == WAIT_OBJECT_0) break;
-        DWORD size = 0;
-        if (woken == WAIT_OBJECT_0 + 1) {
-            if (GetOverlappedResult(directory, &overlapped, &size, FALSE)) {
-                TakeNotices(size);
-            } else {
-                asked = false;
-                Forget();
-            }
+    do {
+        try {
+            TakeWhatCame();
+        } catch (...) {
+            // Without memory nothing is seen; the next listing settles it.
         }
-        Ask();
-        Settle();
-    }
+    } while (WaitForMultipleObjects(asked ? 2 : 1, waits, FALSE, kPoll) != WAIT_OBJECT_0);
     // Here, since a thread's requests end with it.
     Forget();
 }
@@ -162,11 +174,10 @@ void Watcher::State::Run()
 Watcher::Watcher(std::string root, std::function<void(const PlugEvent&)> tell)
     : m_state(std::make_unique<State>(KeysFolder(AbsolutePath(root)), std::move(tell)))
 {
+    if (!m_state->stop || !m_state->noticed) throw Failure(Cause::File, "there is nothing to wait with");
     MakeFolder(m_state->folder);
     m_state->known = m_state->everKnown = CompleteKeys(m_state->folder);
     const auto run = [](void* state) -> unsigned {
-        static_cast<State*>(state)->Ask();
-        static_cast<State*>(state)->Settle();
         static_cast<State*>(state)->Run();
         return 0;
     };

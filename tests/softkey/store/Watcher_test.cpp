@@ -144,6 +144,20 @@ TEST_F(Watching, EndingWaitsForTheCallUnderWayAndNothingIsToldAfterwards)
     EXPECT_EQ(state, 2);
 }
 
+TEST_F(Watching, WhoCannotTakeOneNewsHearsTheNext)
+{
+    int told = 0;
+    Watcher watcher(m_store.Root(), [&](const PlugEvent& event) {
+        if (++told == 1) throw std::bad_alloc();
+        const std::lock_guard lock(m_mutex);
+        m_events.push_back((event.plugged ? "+" : "-") + event.serialNumber);
+    });
+    MakeKey(m_store, "SN01", {});
+    Sleep(700);
+    m_store.Unplug("SN01");
+    EXPECT_EQ(Events(1), Names{"-SN01"});
+}
+
 TEST_F(Watching, AWatcherEndsAtOnceAndLeavesNoHandle)
 {
     Watch();
