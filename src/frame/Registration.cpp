@@ -11,6 +11,7 @@
 #include <iterator>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include "KzrSecX_h.h"
 #include "com/ComPtr.h"
@@ -30,8 +31,8 @@ constexpr wchar_t kScriptingText[] = L"KzrUSBKeyPnPActiveX safty for Scripting!"
 constexpr LCID kCategoryLocale = 0x0409;
 
 // The class's key is not removed whole: its place in the safety categories stays behind.
-constexpr wchar_t kControlScript[] =
-    LR"(
+constexpr char kControlScript[] =
+    R"(
 HKCR
 {
     %PROGID% = s '%DESCRIPTION%'
@@ -60,8 +61,8 @@ HKCR
 }
 )";
 
-constexpr wchar_t kPropPageScript[] =
-    LR"(
+constexpr char kPropPageScript[] =
+    R"(
 HKCR
 {
     %PROGID% = s '%DESCRIPTION%'
@@ -123,7 +124,7 @@ HRESULT RunResource(UINT number, Direction direction)
     return RunRegistryResource(number, replacements, direction);
 }
 
-HRESULT RunStandardScript(const wchar_t* script, const ClassEntry& entry, Direction direction)
+HRESULT RunStandardScript(std::string_view script, const ClassEntry& entry, Direction direction)
 {
     const std::wstring path = OwnPath();
     const std::wstring clsid = GuidText(*entry.clsid);
@@ -138,7 +139,7 @@ HRESULT RunStandardScript(const wchar_t* script, const ClassEntry& entry, Direct
         {L"BITMAP", bitmap},       {L"MISCSTATUS", miscStatus},
         {L"TYPELIB", library},     {L"VERSION", version},
     };
-    return RunRegistryScript(script, replacements, direction);
+    return RunRegistryScript(std::wstring(script.begin(), script.end()), replacements, direction);
 }
 
 HRESULT RunClass(const ClassEntry& entry, Direction direction)
