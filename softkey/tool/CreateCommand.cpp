@@ -9,6 +9,7 @@
 #include "base/Failure.h"
 #include "base/File.h"
 #include "crypto/Digest.h"
+#include "store/Folder.h"
 #include "store/Layout.h"
 #include "store/Names.h"
 #include "store/PinAttempt.h"
@@ -117,7 +118,9 @@ Pins AskPins(const Options& options)
 void CheckIsNew(const Store& store, const std::string& serialNumber)
 {
     CheckSerialNumber(serialNumber);
-    if (store.Find(serialNumber) || store.FindParked(serialNumber))
+    // The names are compared by the file system: "a" is taken by "A".
+    if (FolderExists(KeysFolder(store.Root()) + "\\" + serialNumber) ||
+        FolderExists(ParkedFolder(store.Root()) + "\\" + serialNumber))
         throw ToolError(kExists, "there is a key " + serialNumber + " already; it was left alone");
 }
 

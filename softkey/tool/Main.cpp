@@ -33,8 +33,7 @@ int wmain(int argc, wchar_t** argv)
     } catch (const std::exception& error) {
         const ExitCode code = ExitCodeOf(error);
         if (line.options.json)
-            Print(Json{{"error", {{"code", static_cast<int>(code)}, {"message", error.what()}}}}.dump(2) +
-                  "\n");
+            Print(Text({{"error", {{"code", static_cast<int>(code)}, {"message", error.what()}}}}));
         PrintError(std::string("softkey: ") + error.what() + "\n");
         return code;
     }

@@ -76,8 +76,9 @@ TestAuthority::TestAuthority(const std::string& storeRoot, KeyType type, int rsa
     making([&] { Make(rsaBits); });
     const FileLock lock(LockOf(m_root));
     if (Read()) return;
-    Write();
+    // What exists is trusted: were it written first, a crash would leave an authority that nobody publishes.
     Publish();
+    Write();
 }
 
 bool TestAuthority::Exists(const std::string& storeRoot, KeyType type)

@@ -151,6 +151,8 @@ TEST_F(Tool, NothingThatIsThereIsWrittenOver)
         RunJson({"create", "K2", "--sm2", "B;container=DEMO1-1", "--pin", kPin, "--admin-pin", kAdminPin})
             .code,
         5u);
+    // The file system does not tell letter cases apart.
+    EXPECT_EQ(RunJson({"create", "demo1", "--pin", "9999", "--admin-pin", "9999"}).code, 5u);
     EXPECT_EQ(Read("keys\\DEMO1\\pin.json"), pins);
     EXPECT_FALSE(m_store.Find("K2"));
 
@@ -281,6 +283,16 @@ TEST_F(Tool, TheTestAuthorityIsMadeOnce)
     EXPECT_EQ(RunJson({"ca", "export", "--type", "rsa"}).code, 7u);
 }
 
+TEST_F(Tool, ATestAuthorityThatCouldNotBePublishedIsMadeAnew)
+{
+    MakeFolder(PathOf("trust\\test-ca-sm2.pem"));
+    const Arguments create = {"create", "K1", "--sm2", "A", "--pin", kPin, "--admin-pin", kPin};
+    EXPECT_EQ(RunJson(create).code, 1u);
+    RemoveFolder(PathOf("trust\\test-ca-sm2.pem"));
+    ASSERT_EQ(RunJson(create).code, 0u);
+    EXPECT_EQ(RunJson({"show", "K1"}).json["containers"][0]["signing"]["validity"], "valid");
+}
+
 // A PKCS#12 file with the password "word".
 void WritePkcs12(const std::string& path, EVP_PKEY* key, const Certificate& certificate,
                  const std::vector<Certificate>& chain = {})
@@ -364,6 +376,13 @@ TEST_F(Tool, ABrokenKeyIsListedAsSuch)
     EXPECT_EQ(listed.code, 0u);
     EXPECT_TRUE(listed.json["keys"].empty());
     EXPECT_EQ(listed.json["unreadable"].size(), 1u);
+    EXPECT_EQ(RunJson({"show", "SN01"}).code, 7u);
+}
+
+TEST_F(Tool, AMessageWithBytesThatAreNoTextIsAnswered)
+{
+    MakeKey(m_store);
+    Write("keys\\SN01\\pin.json", "\"\xFF\"");
     EXPECT_EQ(RunJson({"show", "SN01"}).code, 7u);
 }
 
