@@ -25,7 +25,11 @@ function main() {
     var keys = parts(show("control.GetUSBKeyList(): CSP name and extension library of each key",
                           control.GetUSBKeyList()));
     var users = parts(show("control.getUserList(): name and container of each user", control.getUserList()));
+    var asked = {};
     for (var i = 0; i < keys.length; i++) {
+        // Several keys may have one CSP name; the answer is for all of them.
+        if (asked[keys[i][0]]) continue;
+        asked[keys[i][0]] = true;
         show("DeviceMgr.enumUserCertificates(\"" + keys[i][0] + "\"): its containers",
              manager.enumUserCertificates(keys[i][0]));
     }

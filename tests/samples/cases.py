@@ -19,6 +19,8 @@ class Case:
     files: dict = field(default_factory=dict)
     # Names that the folder holds at the end, beside those.
     left: list = field(default_factory=list)
+    # Lines that come exactly once.
+    once: list = field(default_factory=list)
 
 
 CERTIFICATES = """
@@ -97,6 +99,11 @@ CASES = [
          ["    CSP1||EXT1&&&CSP2||EXT2&&&", "    Alice||c1&&&Bob||c2&&&", "    c2&&&", "User Alice in container c1",
           "    key number    SN01", "    certificates  2", "    subject       CN=Alice", "User Bob in container c2",
           "    certificates  0", "2 users on 2 keys"]),
+    Case("ListUsersAsksOnceForEachCspName", "jscript/list-users.js", [],
+         "GetAllDeviceSN = text SN01;SN02;\nGetDeviceInfo(SN01, 9) = text ONE\nGetDeviceInfo(SN02, 9) = text ONE\n" +
+         FIELDS, 0,
+         ["    ONE||EXT1&&&ONE||EXT2&&&", "    Alice||c1&&&Bob||c2&&&", "    c1&&&c2&&&", "2 users on 2 keys"],
+         once=["DeviceMgr.enumUserCertificates(\"ONE\"): its containers"]),
     Case("ListUsersSaysThatNothingIsPluggedIn", "jscript/list-users.js", [],
          "GetAllDeviceSN = empty\nSOF_GetUserList = empty", 1, ["0 users on 0 keys"]),
     Case("LogInWithTheRightPin", "jscript/log-in.js", ["c1", "1234"], PIN, 0, ["    7", "    0, logged in", "    7"]),
