@@ -18,8 +18,9 @@ namespace kzr {
 namespace {
 
 // Room that a line needs on the stack, the platform's part included. With less the line is dropped: the log
-// must not be what overflows its caller's stack.
-constexpr std::size_t kStackOfALine = kTextModeCapacity + 16384;
+// must not be what overflows its caller's stack. The last term is what a thread keeps back for handlers
+// (src/fault): that part of its stack does not count as room.
+constexpr std::size_t kStackOfALine = kTextModeCapacity + 16384 + 32768;
 
 constexpr int kLongestPath = 1024;
 
