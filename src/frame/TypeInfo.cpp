@@ -110,6 +110,19 @@ HRESULT FindTypeInfo(REFIID iid, LCID locale, ComPtr<ITypeInfo>& info)
     return FAILED(loaded) ? loaded : FindIn(library.Get(), iid, info);
 }
 
+SRWLOCK g_loading = SRWLOCK_INIT;
+
+// One thread at a time, whatever the interface: the platform shares a loaded library among its users, and may
+// hand one thread the copy that another is just giving back. Nothing that is called under it takes a lock of
+// ours.
+class Loading {
+  public:
+    Loading() noexcept { AcquireSRWLockExclusive(&g_loading); }
+    ~Loading() { ReleaseSRWLockExclusive(&g_loading); }
+    Loading(const Loading&) = delete;
+    Loading& operator=(const Loading&) = delete;
+};
+
 }  // namespace
 
 struct TypeInfo::Loaded {
@@ -122,6 +135,10 @@ HRESULT TypeInfo::Load(LCID locale, Loaded** loaded)
     *loaded = m_loaded.load(std::memory_order_acquire);
     if (*loaded) return S_OK;
 
+    const Loading loading;
+    *loaded = m_loaded.load(std::memory_order_relaxed);
+    if (*loaded) return S_OK;
+
     auto made = std::make_unique<Loaded>();
     const HRESULT found = FindTypeInfo(m_iid, locale, made->info);
     if (FAILED(found)) return found;
@@ -132,10 +149,8 @@ HRESULT TypeInfo::Load(LCID locale, Loaded** loaded)
     made->info->ReleaseTypeAttr(attributes);
     AddNames(made->info.Get(), functions, made->names);
 
-    // Two apartments may get here at once; the second one's work is dropped.
-    Loaded* first = nullptr;
-    *loaded = m_loaded.compare_exchange_strong(first, made.get(), std::memory_order_acq_rel) ? made.release()
-                                                                                             : first;
+    *loaded = made.release();
+    m_loaded.store(*loaded, std::memory_order_release);
     return S_OK;
 }
 
