@@ -45,7 +45,7 @@ Answer GetDeviceInfo(const Arguments& arguments, ControlState&)
         case 7:
             return Answer::Text(device.Description().type);
         case 8:
-            return Answer::Text(device.Description().library);
+            return Answer::Text(device.Description().extensionLibrary);
         case 9:
             return Answer::Text(device.Description().provider);
         default:

@@ -13,6 +13,33 @@ namespace {
 constexpr std::size_t kRecordLimit = 256 * 1024;
 constexpr std::string_view kRecordEnding = ".json";
 
+// The user's PIN, or the administrator's.
+using Which = PinLock PinRecord::*;
+
+PinAnswer Enter(const std::string& folder, Which which, std::string_view pin, Secret& deviceKey)
+{
+    const KeyLock lock(folder);
+    PinRecord record = ReadPins(folder);
+    const PinAnswer answer = TryPin(folder, record, which, pin, deviceKey);
+    if (answer.result == PinResult::Right) WritePins(folder, record);
+    return answer;
+}
+
+// Whoever knows the PIN `proven` sets the PIN `replaced`.
+PinAnswer Replace(const std::string& folder, Which proven, std::string_view pin, Which replaced,
+                  std::string_view newPin)
+{
+    CheckPin(newPin);
+    const KeyLock lock(folder);
+    PinRecord record = ReadPins(folder);
+    Secret deviceKey;
+    const PinAnswer answer = TryPin(folder, record, proven, pin, deviceKey);
+    if (answer.result != PinResult::Right) return answer;
+    SetPin(record, replaced, newPin, deviceKey);
+    WritePins(folder, record);
+    return answer;
+}
+
 }  // namespace
 
 std::vector<ContainerDescription> Device::Containers(std::vector<std::string>* unreadable) const
@@ -36,59 +63,27 @@ std::vector<ContainerDescription> Device::Containers(std::vector<std::string>* u
 
 PinAnswer Device::Login(std::string_view pin, Secret& deviceKey) const
 {
-    const KeyLock lock(m_folder);
-    PinRecord record = ReadPins(m_folder);
-    const PinAnswer answer = TryPin(m_folder, record, &PinRecord::user, pin, deviceKey);
-    if (answer.result == PinResult::Right) WritePins(m_folder, record);
-    return answer;
+    return Enter(m_folder, &PinRecord::user, pin, deviceKey);
 }
 
 PinAnswer Device::LoginAsAdmin(std::string_view adminPin, Secret& deviceKey) const
 {
-    const KeyLock lock(m_folder);
-    PinRecord record = ReadPins(m_folder);
-    const PinAnswer answer = TryPin(m_folder, record, &PinRecord::admin, adminPin, deviceKey);
-    if (answer.result == PinResult::Right) WritePins(m_folder, record);
-    return answer;
+    return Enter(m_folder, &PinRecord::admin, adminPin, deviceKey);
 }
 
 PinAnswer Device::ChangePin(std::string_view oldPin, std::string_view newPin) const
 {
-    CheckPin(newPin);
-    const KeyLock lock(m_folder);
-    PinRecord record = ReadPins(m_folder);
-    Secret deviceKey;
-    const PinAnswer answer = TryPin(m_folder, record, &PinRecord::user, oldPin, deviceKey);
-    if (answer.result != PinResult::Right) return answer;
-    SetPin(record, &PinRecord::user, newPin, deviceKey);
-    WritePins(m_folder, record);
-    return answer;
+    return Replace(m_folder, &PinRecord::user, oldPin, &PinRecord::user, newPin);
 }
 
 PinAnswer Device::ChangeAdminPin(std::string_view oldPin, std::string_view newPin) const
 {
-    CheckPin(newPin);
-    const KeyLock lock(m_folder);
-    PinRecord record = ReadPins(m_folder);
-    Secret deviceKey;
-    const PinAnswer answer = TryPin(m_folder, record, &PinRecord::admin, oldPin, deviceKey);
-    if (answer.result != PinResult::Right) return answer;
-    SetPin(record, &PinRecord::admin, newPin, deviceKey);
-    WritePins(m_folder, record);
-    return answer;
+    return Replace(m_folder, &PinRecord::admin, oldPin, &PinRecord::admin, newPin);
 }
 
 PinAnswer Device::Unblock(std::string_view adminPin, std::string_view newPin) const
 {
-    CheckPin(newPin);
-    const KeyLock lock(m_folder);
-    PinRecord record = ReadPins(m_folder);
-    Secret deviceKey;
-    const PinAnswer answer = TryPin(m_folder, record, &PinRecord::admin, adminPin, deviceKey);
-    if (answer.result != PinResult::Right) return answer;
-    SetPin(record, &PinRecord::user, newPin, deviceKey);
-    WritePins(m_folder, record);
-    return answer;
+    return Replace(m_folder, &PinRecord::admin, adminPin, &PinRecord::user, newPin);
 }
 
 int Device::TriesLeft() const

@@ -104,7 +104,7 @@ std::string FormatDescription(const DeviceDescription& description)
 {
     return Text({{"format", kFormat},
                  {"type", description.type},
-                 {"library", description.library},
+                 {"library", description.extensionLibrary},
                  {"provider", description.provider}});
 }
 

@@ -29,7 +29,8 @@ bool IsKeyName(const std::string& folder, const std::string& name)
 void CheckDescription(const DeviceDescription& description)
 {
     CheckSerialNumber(description.serialNumber);
-    for (const std::string* text : {&description.type, &description.library, &description.provider}) {
+    for (const std::string* text :
+         {&description.type, &description.extensionLibrary, &description.provider}) {
         if (text->empty() || text->size() > 128 || !IsPlainText(*text))
             throw Failure(Cause::BadArgument, "type, library and CSP name have 1 to 128 bytes of text each");
     }

@@ -13,9 +13,9 @@ namespace kzr::softkey {
 
 struct DeviceDescription {
     std::string serialNumber;
-    std::string type = "VKEY";            // GetDeviceInfo 7
-    std::string library = "KzrSoftKey";   // GetDeviceInfo 8
-    std::string provider = "KzrSoftKey";  // GetDeviceInfo 9, the CSP's name
+    std::string type = "VKEY";                    // GetDeviceInfo 7
+    std::string extensionLibrary = "KzrSoftKey";  // GetDeviceInfo 8
+    std::string provider = "KzrSoftKey";          // GetDeviceInfo 9, the CSP's name
 };
 
 struct ContainerDescription {

@@ -131,7 +131,8 @@ void Definition::DefineCreate()
         ->check(CLI::Range(1, 100))
         ->capture_default_str();
     Text(create, "--device-type", m_options.device.type, "Type of the device").capture_default_str();
-    Text(create, "--library", m_options.device.library, "Name of the vendor's library").capture_default_str();
+    Text(create, "--library", m_options.device.extensionLibrary, "Name of the vendor's library")
+        .capture_default_str();
     Text(create, "--provider", m_options.device.provider, "Name of the vendor's CSP").capture_default_str();
     create.add_option("--days", m_options.days, "Days that the certificates last")
         ->check(CLI::Range(1, 36500))

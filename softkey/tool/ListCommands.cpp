@@ -46,7 +46,7 @@ Json DescriptionJson(const Device& device, bool plugged)
     return {{"serialNumber", description.serialNumber},
             {"plugged", plugged},
             {"type", description.type},
-            {"library", description.library},
+            {"library", description.extensionLibrary},
             {"provider", description.provider}};
 }
 
@@ -142,7 +142,7 @@ Report Show(const Options& options)
     report.json["adminTriesLeft"] = adminLeft;
     report.json["containers"] = Json::array();
     report.text = "Key " + description.serialNumber + (plugged ? ", plugged\n" : ", unplugged\n") +
-                  "  type " + description.type + ", library " + description.library + ", CSP " +
+                  "  type " + description.type + ", library " + description.extensionLibrary + ", CSP " +
                   description.provider + "\n  PIN tries left: " + std::to_string(left) +
                   ", administrator's: " + std::to_string(adminLeft) + "\n";
     std::vector<std::string> unreadable;

@@ -277,7 +277,7 @@ TEST_F(Crash, OfADescriptionTheOldOneOrTheNewStays)
 {
     KillAtManyMoments("DescribesTheKey", 40, [&](const std::string& written) {
         const DeviceDescription& description = TestedKey().Description();
-        EXPECT_EQ(description.type, description.library);
+        EXPECT_EQ(description.type, description.extensionLibrary);
         EXPECT_EQ(description.type, description.provider);
         const std::string last = std::to_string(written.size() - 1), next = std::to_string(written.size());
         EXPECT_TRUE(description.type == "version " + last || description.type == "version " + next);

@@ -27,7 +27,7 @@ TEST_F(StoreTest, AnotherStoreOnTheSameFolderSeesWhatWasMade)
     const auto device = other.Find("SN-01_a");
     ASSERT_TRUE(device);
     EXPECT_EQ(device->Description().type, "TYPE");
-    EXPECT_EQ(device->Description().library, "Library A");
+    EXPECT_EQ(device->Description().extensionLibrary, "Library A");
     EXPECT_EQ(device->Description().provider, "CSP \xE5\xBC\xA0");
     const auto containers = device->Containers();
     ASSERT_EQ(containers.size(), 2u);
@@ -228,8 +228,9 @@ TEST_F(StoreTest, ADescriptionIsChangedAndTheKeyStaysAsItIs)
     m_store.Describe({"SN01", "T2", "L2", "P2"});
     const auto device = m_store.Find("SN01");
     ASSERT_TRUE(device);
-    EXPECT_EQ(device->Description().type + device->Description().library + device->Description().provider,
-              "T2L2P2");
+    EXPECT_EQ(
+        device->Description().type + device->Description().extensionLibrary + device->Description().provider,
+        "T2L2P2");
     LogIn(*device);
     m_store.Unplug("SN01");
     m_store.Describe({"SN01", "T3", "L3", "P3"});
