@@ -129,6 +129,9 @@ LRESULT CALLBACK ControlWindow::Procedure(HWND window, UINT message, WPARAM wide
     if (message == WM_NCDESTROY) {
         if (ControlWindow* const self = WindowOf(window)) self->m_window = nullptr;
         SetWindowLongPtrW(window, GWLP_USERDATA, 0);
+        // The last message of the system; sent by anybody else, it is the last for this module all the same,
+        // which may be gone when the window still is there.
+        SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&DefWindowProcW));
         UnlockModule();
         return DefWindowProcW(window, message, wide, longer);
     }
