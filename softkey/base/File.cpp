@@ -90,13 +90,13 @@ void ReadInPieces(const std::string& path, const std::function<void(View)>& take
     while (const std::size_t got = file->Read(piece)) take(View(piece).first(got));
 }
 
-void ReplaceFile(const std::string& path, View content)
+void WriteWholeFile(const std::string& path, View content)
 {
-    ReplaceFileInPieces(path, [content](const std::function<void(View)>& write) { write(content); });
+    WriteInPieces(path, [content](const std::function<void(View)>& write) { write(content); });
 }
 
-void ReplaceFileInPieces(const std::string& path,
-                         const std::function<void(const std::function<void(View)>& write)>& fill)
+void WriteInPieces(const std::string& path,
+                   const std::function<void(const std::function<void(View)>& write)>& fill)
 {
     Temporary temporary(TemporaryFor(path));
     {

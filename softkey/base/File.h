@@ -8,9 +8,6 @@
 
 #include "base/Bytes.h"
 
-// The platform's header makes a macro of this name, wherever it was included before.
-#undef ReplaceFile
-
 namespace kzr::softkey {
 
 // The whole file; throws Failure(File) when it cannot be read or is larger than `limit` bytes.
@@ -25,15 +22,15 @@ inline constexpr std::string_view kTemporaryEnding = ".kzrtmp";
 
 // Writes to a temporary file in the same folder, flushes it to the disk and renames it onto `path`. After a
 // crash at any moment `path` holds the old content or the new one. Throws Failure(File).
-void ReplaceFile(const std::string& path, View content);
+void WriteWholeFile(const std::string& path, View content);
 
 // Reads the file in pieces of at most 64 KiB.
 void ReadInPieces(const std::string& path, const std::function<void(View)>& take);
 
-// As ReplaceFile, for content that comes in pieces: `fill` is handed the way to write one; when it throws,
+// As WriteWholeFile, for content that comes in pieces: `fill` is handed the way to write one; when it throws,
 // the temporary goes and `path` stays as it was.
-void ReplaceFileInPieces(const std::string& path,
-                         const std::function<void(const std::function<void(View)>& write)>& fill);
+void WriteInPieces(const std::string& path,
+                   const std::function<void(const std::function<void(View)>& write)>& fill);
 
 bool FileExists(const std::string& path);
 

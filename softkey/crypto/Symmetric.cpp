@@ -334,14 +334,14 @@ Secret SymDecrypt(View keyText, View data)
 
 void SymEncryptFile(CipherCode code, View keyText, const std::string& in, const std::string& out)
 {
-    ReplaceFileInPieces(out, [&](const Sink& write) { Encrypt(code, keyText, InFile(in), write); });
+    WriteInPieces(out, [&](const Sink& write) { Encrypt(code, keyText, InFile(in), write); });
 }
 
 void SymDecryptFile(View keyText, const std::string& in, const std::string& out)
 {
     const Feed feed = InFile(in);
     Decryption decryption(keyText, feed);
-    ReplaceFileInPieces(out, [&](const Sink& write) { decryption.Run(write); });
+    WriteInPieces(out, [&](const Sink& write) { decryption.Run(write); });
 }
 
 }  // namespace kzr::softkey

@@ -38,9 +38,7 @@ Answer EncodeFile(const Arguments& arguments, ControlState&)
 
 Answer DecodeFile(const Arguments& arguments, ControlState&)
 {
-    const Bytes content = Base64Decode(arguments.Text(0));
-    // Not the call for whole files: its name is a macro of the platform.
-    ReplaceFileInPieces(arguments.Name(1), [&](const auto& write) { write(content); });
+    WriteWholeFile(arguments.Name(1), Base64Decode(arguments.Text(0)));
     return Answer::Truth(true);
 }
 

@@ -59,7 +59,7 @@ void WriteContainer(const std::string& folder, const Secret& deviceKey, const Ne
     record.signingKey = Wrap(deviceKey, PurposeOf(name, Pair::Signing), container.signingKey);
     if (container.exchangeKey)
         record.exchangeKey = Wrap(deviceKey, PurposeOf(name, Pair::Exchange), *container.exchangeKey);
-    ReplaceFile(ContainerFile(folder, name), ViewOf(FormatContainer(record)));
+    WriteWholeFile(ContainerFile(folder, name), ViewOf(FormatContainer(record)));
 }
 
 KeyHandle UnwrapKey(const ContainerRecord& record, const Secret& deviceKey, Pair pair)

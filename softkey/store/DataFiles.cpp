@@ -93,7 +93,7 @@ void Device::WriteData(std::string_view name, View data) const
     }
     if (size > kLargestKey || others >= kMostFiles)
         throw Failure(Cause::File, "the key " + m_description.serialNumber + " has no room for this file");
-    ReplaceFile(path, Format(name, data));
+    WriteWholeFile(path, Format(name, data));
 }
 
 bool Device::RemoveData(std::string_view name) const

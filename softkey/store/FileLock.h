@@ -17,7 +17,7 @@ class FileLock {
     FileLock& operator=(const FileLock&) = delete;
 
   private:
-    // A file handle of the platform, whose header's macros rename functions of ours.
+    // A file handle of the platform, whose header stays out of here.
     void* const m_file;
 };
 

@@ -42,7 +42,7 @@ PinRecord ReadPins(const std::string& folder)
 
 void WritePins(const std::string& folder, const PinRecord& record)
 {
-    ReplaceFile(PinFile(folder), ViewOf(FormatPins(record)));
+    WriteWholeFile(PinFile(folder), ViewOf(FormatPins(record)));
 }
 
 void SetPin(PinRecord& record, PinLock PinRecord::*which, std::string_view pin, const Secret& deviceKey)

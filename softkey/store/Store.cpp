@@ -207,7 +207,7 @@ Device Store::Create(const DeviceDescription& description, const Pins& pins,
     MakeFolder(DataFolder(place.path));
     for (const NewContainer& container : containers) WriteContainer(place.path, deviceKey, container);
     WritePins(place.path, record);
-    ReplaceFile(DescriptionFile(place.path), ViewOf(FormatDescription(description)));
+    WriteWholeFile(DescriptionFile(place.path), ViewOf(FormatDescription(description)));
     MoveFolder(place.path, folder);
     return Device(folder, description);
 }
@@ -259,7 +259,7 @@ void Store::Describe(const DeviceDescription& description)
         const std::string path = folder + "\\" + description.serialNumber;
         const KeyLock keyLock(path);
         RemoveTemporaries(path);
-        ReplaceFile(DescriptionFile(path), ViewOf(FormatDescription(description)));
+        WriteWholeFile(DescriptionFile(path), ViewOf(FormatDescription(description)));
         return;
     }
     throw UnknownKey(description.serialNumber);

@@ -75,7 +75,7 @@ Report Export(const Options& options)
     const Bytes content = Formatted(chosen, options.form);
     if (!options.output.empty()) {
         CheckMayWrite(options.output, options.force);
-        ReplaceFile(options.output, content);
+        WriteWholeFile(options.output, content);
         report.json["file"] = options.output;
         report.text =
             "Wrote " + std::to_string(chosen.size()) + " certificate(s) to " + options.output + "\n";
@@ -92,8 +92,8 @@ Report ExportAuthority(const Options& options)
     if (!options.listOutput.empty()) CheckMayWrite(options.listOutput, options.force);
     const TestAuthority authority = OpenAuthority(options, store);
     const std::string chain = authority.ChainPem(), list = authority.ListPem();
-    if (!options.output.empty()) ReplaceFile(options.output, ViewOf(chain));
-    if (!options.listOutput.empty()) ReplaceFile(options.listOutput, ViewOf(list));
+    if (!options.output.empty()) WriteWholeFile(options.output, ViewOf(chain));
+    if (!options.listOutput.empty()) WriteWholeFile(options.listOutput, ViewOf(list));
     Report report;
     report.json = {{"type", NameOf(options.authority)}, {"chain", chain}, {"revocationList", list}};
     if (!options.output.empty()) report.text += "Wrote the chain to " + options.output + "\n";

@@ -236,7 +236,7 @@ Report Import(const Options& options)
     if (trusted) {
         std::string pem;
         for (const Certificate& certificate : chain) pem += certificate.Pem();
-        ReplaceFile(
+        WriteWholeFile(
             TrustFolder(store.Root()) + "\\imported" + FileNameFor(container.description.name) + ".pem",
             ViewOf(pem));
     }

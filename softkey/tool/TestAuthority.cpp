@@ -127,15 +127,15 @@ void TestAuthority::Write() const
                        {"issuing", format(m_issuing)},
                        {"revoked", m_revoked}};
     RemoveTemporaries(m_root + "\\authority");
-    ReplaceFile(FileOf(m_root, m_type), ViewOf(json.dump(2) + "\n"));
+    WriteWholeFile(FileOf(m_root, m_type), ViewOf(json.dump(2) + "\n"));
 }
 
 void TestAuthority::Publish() const
 {
     const std::string trust = TrustFolder(m_root);
     RemoveTemporaries(trust);
-    ReplaceFile(trust + "\\test-ca-" + NameOfFile(m_type) + ".pem", ViewOf(ChainPem()));
-    ReplaceFile(trust + "\\test-ca-" + NameOfFile(m_type) + ".crl", List());
+    WriteWholeFile(trust + "\\test-ca-" + NameOfFile(m_type) + ".pem", ViewOf(ChainPem()));
+    WriteWholeFile(trust + "\\test-ca-" + NameOfFile(m_type) + ".crl", List());
 }
 
 Certificate TestAuthority::Issue(EVP_PKEY* key, const Subject& subject, Usage usage, int startDays,

@@ -47,12 +47,12 @@ TEST(Digest, OfAFileIsThatOfItsContent)
 {
     const Scratch scratch;
     for (const Row& row : Rows()) {
-        ReplaceFile(scratch / "file", ViewOf(row.data));
+        WriteWholeFile(scratch / "file", ViewOf(row.data));
         EXPECT_EQ(HexUpper(DigestFile(row.code, scratch / "file")), row.digest) << row.data;
     }
     // Its pieces count in their order.
     const Bytes content = Noise(200'000);
-    ReplaceFile(scratch / "file", content);
+    WriteWholeFile(scratch / "file", content);
     for (const HashCode code : {HashCode::Sm3, HashCode::Sha1, HashCode::Sha256, HashCode::Sha512})
         EXPECT_EQ(DigestFile(code, scratch / "file"), Digest(code, content));
     EXPECT_EQ(CauseOf([&] { DigestFile(HashCode::Sm3, scratch / "none"); }), Cause::File);

@@ -3,7 +3,6 @@
 
 #ifdef _WIN32
 #include <windows.h>
-#undef ReplaceFile
 #endif
 
 #include <chrono>
@@ -25,7 +24,7 @@ TEST(File, WhatIsWrittenIsReadAgain)
     const Scratch scratch;
     for (const std::size_t size : kSizes) {
         const Bytes content = Noise(size);
-        ReplaceFile(scratch / "file", content);
+        WriteWholeFile(scratch / "file", content);
         EXPECT_EQ(ReadWholeFile(scratch / "file"), content);
         EXPECT_EQ(ReadFileIfThere(scratch / "file"), content);
     }
@@ -37,7 +36,7 @@ TEST(File, IsReadInPiecesOfAtMost64KiB)
     const Scratch scratch;
     for (const std::size_t size : kSizes) {
         const Bytes content = Noise(size);
-        ReplaceFile(scratch / "file", content);
+        WriteWholeFile(scratch / "file", content);
         Bytes read;
         ReadInPieces(scratch / "file", [&read](View piece) {
             EXPECT_GT(piece.size(), 0u);
@@ -52,7 +51,7 @@ TEST(File, IsWrittenInPieces)
 {
     const Scratch scratch;
     const Bytes content = Noise(300'000);
-    ReplaceFileInPieces(scratch / "file", [&content](const std::function<void(View)>& write) {
+    WriteInPieces(scratch / "file", [&content](const std::function<void(View)>& write) {
         write(View(content).first(1));
         write({});
         write(View(content).subspan(1, 199'999));
@@ -69,15 +68,15 @@ TEST(File, ThatIsNotThereIsTold)
     EXPECT_EQ(ReadFileIfThere(scratch / "no folder/none"), std::nullopt);
     EXPECT_EQ(CauseOf([&] { ReadWholeFile(scratch / "none"); }), Cause::File);
     EXPECT_EQ(CauseOf([&] { ReadInPieces(scratch / "none", [](View) {}); }), Cause::File);
-    EXPECT_EQ(CauseOf([&] { ReplaceFile(scratch / "no folder/none", {}); }), Cause::File);
-    ReplaceFile(scratch / "none", {});
+    EXPECT_EQ(CauseOf([&] { WriteWholeFile(scratch / "no folder/none", {}); }), Cause::File);
+    WriteWholeFile(scratch / "none", {});
     EXPECT_TRUE(FileExists(scratch / "none"));
 }
 
 TEST(File, LargerThanTheLimitIsRefused)
 {
     const Scratch scratch;
-    ReplaceFile(scratch / "file", Noise(100));
+    WriteWholeFile(scratch / "file", Noise(100));
     EXPECT_EQ(ReadWholeFile(scratch / "file", 100).size(), 100u);
     EXPECT_EQ(CauseOf([&] { ReadWholeFile(scratch / "file", 99); }), Cause::File);
     EXPECT_EQ(CauseOf([&] { ReadFileIfThere(scratch / "file", 0); }), Cause::File);
@@ -89,15 +88,15 @@ TEST(File, FoldersAndUnusableNamesAreNoFiles)
     const std::string folder = scratch / ".";
     EXPECT_FALSE(FileExists(folder));
     EXPECT_EQ(CauseOf([&] { ReadWholeFile(folder); }), Cause::File);
-    EXPECT_EQ(CauseOf([&] { ReplaceFile(folder, {}); }), Cause::File);
+    EXPECT_EQ(CauseOf([&] { WriteWholeFile(folder, {}); }), Cause::File);
     EXPECT_EQ(CauseOf([&] { ReadWholeFile(""); }), Cause::File);
-    EXPECT_EQ(CauseOf([&] { ReplaceFile("", {}); }), Cause::File);
+    EXPECT_EQ(CauseOf([&] { WriteWholeFile("", {}); }), Cause::File);
     EXPECT_EQ(CauseOf([&] { FileExists(""); }), Cause::File);
     // What stands before the null is a file.
-    ReplaceFile(scratch / "a", BytesOf("kept"));
+    WriteWholeFile(scratch / "a", BytesOf("kept"));
     const std::string split = scratch / std::string_view("a\0b", 3);
     EXPECT_EQ(CauseOf([&] { ReadWholeFile(split); }), Cause::File);
-    EXPECT_EQ(CauseOf([&] { ReplaceFile(split, {}); }), Cause::File);
+    EXPECT_EQ(CauseOf([&] { WriteWholeFile(split, {}); }), Cause::File);
     EXPECT_EQ(CauseOf([&] { FileExists(split); }), Cause::File);
     EXPECT_EQ(ReadWholeFile(scratch / "a"), BytesOf("kept"));
     EXPECT_EQ(scratch.Names(), std::vector<std::string>{"a"});
@@ -107,7 +106,7 @@ TEST(File, NamesAreUtf8)
 {
     const Scratch scratch;
     const std::string name = "\xE8\xAF\x81\xE4\xB9\xA6 \xC3\xBC \xF0\x9F\x94\x91.bin";
-    ReplaceFile(scratch / name, BytesOf("x"));
+    WriteWholeFile(scratch / name, BytesOf("x"));
     EXPECT_TRUE(FileExists(scratch / name));
     EXPECT_EQ(ReadWholeFile(scratch / name), BytesOf("x"));
     EXPECT_EQ(scratch.Names(), std::vector<std::string>{name});
@@ -117,20 +116,20 @@ TEST(File, NamesMayBeAsLongAsTheFileSystemTakesThem)
 {
     const Scratch scratch;
     const std::string name(250, 'n');
-    ReplaceFile(scratch / name, BytesOf("long"));
-    ReplaceFile(scratch / name, BytesOf("longer"));
+    WriteWholeFile(scratch / name, BytesOf("long"));
+    WriteWholeFile(scratch / name, BytesOf("longer"));
     EXPECT_TRUE(FileExists(scratch / name));
     EXPECT_EQ(ReadWholeFile(scratch / name), BytesOf("longer"));
-    EXPECT_EQ(CauseOf([&] { ReplaceFile(scratch / std::string(300, 'n'), {}); }), Cause::File);
-    EXPECT_EQ(CauseOf([&] { ReplaceFile(scratch / std::string(40'000, 'n'), {}); }), Cause::File);
+    EXPECT_EQ(CauseOf([&] { WriteWholeFile(scratch / std::string(300, 'n'), {}); }), Cause::File);
+    EXPECT_EQ(CauseOf([&] { WriteWholeFile(scratch / std::string(40'000, 'n'), {}); }), Cause::File);
 }
 
 TEST(File, StaysAsItWasWhenItsNewContentCannotBeMade)
 {
     const Scratch scratch;
-    ReplaceFile(scratch / "file", BytesOf("old"));
+    WriteWholeFile(scratch / "file", BytesOf("old"));
     EXPECT_EQ(CauseOf([&] {
-                  ReplaceFileInPieces(scratch / "file", [](const std::function<void(View)>& write) {
+                  WriteInPieces(scratch / "file", [](const std::function<void(View)>& write) {
                       write(ViewOf("new"));
                       throw Failure(Cause::BadData, "half of it");
                   });
@@ -153,12 +152,12 @@ TEST(FileDeathTest, StaysAsItWasWhenTheWriterDies)
 #else
     setenv("KZR_TEST_DYING_FILE", path.c_str(), 1);
 #endif
-    if (!told) ReplaceFile(path, BytesOf("old"));
-    EXPECT_EXIT(ReplaceFileInPieces(path,
-                                    [](const std::function<void(View)>& write) {
-                                        write(ViewOf("new"));
-                                        std::_Exit(7);
-                                    }),
+    if (!told) WriteWholeFile(path, BytesOf("old"));
+    EXPECT_EXIT(WriteInPieces(path,
+                              [](const std::function<void(View)>& write) {
+                                  write(ViewOf("new"));
+                                  std::_Exit(7);
+                              }),
                 testing::ExitedWithCode(7), "");
 #ifdef _WIN32
     _putenv_s("KZR_TEST_DYING_FILE", "");
@@ -175,7 +174,7 @@ TEST(FileDeathTest, StaysAsItWasWhenTheWriterDies)
     EXPECT_TRUE(temporary.ends_with(kTemporaryEnding)) << temporary;
 #endif
 
-    ReplaceFile(path, BytesOf("newer"));
+    WriteWholeFile(path, BytesOf("newer"));
     EXPECT_EQ(ReadWholeFile(path), BytesOf("newer"));
     EXPECT_EQ(scratch.Names().size(), names.size());
 }
@@ -184,7 +183,7 @@ TEST(File, WritersAtTheSameTimeLeaveOneOfTheirContents)
 {
     const Scratch scratch;
     const auto write = [&scratch](std::uint8_t value) {
-        for (int i = 0; i < 20; ++i) ReplaceFile(scratch / "file", Bytes(100'000, value));
+        for (int i = 0; i < 20; ++i) WriteWholeFile(scratch / "file", Bytes(100'000, value));
     };
     std::thread one(write, std::uint8_t{1});
     std::thread two(write, std::uint8_t{2});
@@ -201,7 +200,7 @@ TEST(File, ThatAnotherHoldsForAMomentIsReplacedAfterwards)
 {
     const Scratch scratch;
     const std::string path = scratch / "file";
-    ReplaceFile(path, BytesOf("old"));
+    WriteWholeFile(path, BytesOf("old"));
     const HANDLE held =
         CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
     ASSERT_NE(held, INVALID_HANDLE_VALUE);
@@ -209,7 +208,7 @@ TEST(File, ThatAnotherHoldsForAMomentIsReplacedAfterwards)
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
         CloseHandle(held);
     });
-    ReplaceFile(path, BytesOf("new"));
+    WriteWholeFile(path, BytesOf("new"));
     holder.join();
     EXPECT_EQ(ReadWholeFile(path), BytesOf("new"));
 }
@@ -218,9 +217,9 @@ TEST(File, ThatMayNotBeWrittenIsTold)
 {
     const Scratch scratch;
     const std::string path = scratch / "file";
-    ReplaceFile(path, BytesOf("old"));
+    WriteWholeFile(path, BytesOf("old"));
     SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_READONLY);
-    EXPECT_EQ(CauseOf([&] { ReplaceFile(path, BytesOf("new")); }), Cause::File);
+    EXPECT_EQ(CauseOf([&] { WriteWholeFile(path, BytesOf("new")); }), Cause::File);
     SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
     EXPECT_EQ(ReadWholeFile(path), BytesOf("old"));
     EXPECT_EQ(scratch.Names(), std::vector<std::string>{"file"});

@@ -76,8 +76,8 @@ TEST(Signatures, OfFilesAreThoseOfTheirContent)
 {
     const Scratch scratch;
     const Bytes data = Noise(200'000);
-    ReplaceFile(scratch / "file", data);
-    ReplaceFile(scratch / "changed", Changed(data, 199'999));
+    WriteWholeFile(scratch / "file", data);
+    WriteWholeFile(scratch / "changed", Changed(data, 199'999));
     for (const KeyType type : kBoth) {
         const KeyHandle& key = Own(type).key;
         EXPECT_TRUE(Verify(key.get(), data, SignFile(key.get(), scratch / "file")));

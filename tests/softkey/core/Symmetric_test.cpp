@@ -266,11 +266,11 @@ TEST(SymmetricFiles, AreReadAsWhatIsInMemoryIs)
     for (const CipherCode code : {CipherCode::Sm4Cbc, CipherCode::Aes256Ctr})
         for (const std::size_t size : {0, 1, 65536 - 38, 65536, 65536 + 38, 300'000}) {
             const Bytes data = Noise(size);
-            ReplaceFile(scratch / "in", data);
+            WriteWholeFile(scratch / "in", data);
             SymEncryptFile(code, ViewOf("key"), scratch / "in", scratch / "encrypted");
             EXPECT_TRUE(
                 std::ranges::equal(SymDecrypt(ViewOf("key"), ReadWholeFile(scratch / "encrypted")), data));
-            ReplaceFile(scratch / "encrypted", SymEncrypt(code, ViewOf("key"), data));
+            WriteWholeFile(scratch / "encrypted", SymEncrypt(code, ViewOf("key"), data));
             SymDecryptFile(ViewOf("key"), scratch / "encrypted", scratch / "out");
             EXPECT_EQ(ReadWholeFile(scratch / "out"), data) << static_cast<int>(code) << " " << size;
         }
@@ -281,7 +281,7 @@ TEST(SymmetricFiles, MayBecomeThemselves)
 {
     const Scratch scratch;
     const Bytes data = Noise(200'000);
-    ReplaceFile(scratch / "file", data);
+    WriteWholeFile(scratch / "file", data);
     SymEncryptFile(CipherCode::Sm4Cbc, ViewOf("key"), scratch / "file", scratch / "file");
     EXPECT_NE(ReadWholeFile(scratch / "file"), data);
     SymDecryptFile(ViewOf("key"), scratch / "file", scratch / "file");
@@ -294,15 +294,15 @@ TEST(SymmetricFiles, ThatFailLeaveTheOutputAsItWas)
     SymEncryptFile(
         CipherCode::Sm4Ctr, ViewOf("key"),
         [&] {
-            ReplaceFile(scratch / "in", Noise(100'000));
+            WriteWholeFile(scratch / "in", Noise(100'000));
             return scratch / "in";
         }(),
         scratch / "good");
     const Bytes good = ReadWholeFile(scratch / "good");
-    ReplaceFile(scratch / "bad", Changed(good, good.size() - 1));
-    ReplaceFile(scratch / "cut", Cut(good, 65536));
-    ReplaceFile(scratch / "empty", {});
-    ReplaceFile(scratch / "out", BytesOf("old"));
+    WriteWholeFile(scratch / "bad", Changed(good, good.size() - 1));
+    WriteWholeFile(scratch / "cut", Cut(good, 65536));
+    WriteWholeFile(scratch / "empty", {});
+    WriteWholeFile(scratch / "out", BytesOf("old"));
     const std::vector<std::string> before = scratch.Names();
     for (const char* name : {"bad", "cut", "empty", "in"})
         EXPECT_EQ(CauseOf([&] { SymDecryptFile(ViewOf("key"), scratch / name, scratch / "out"); }),

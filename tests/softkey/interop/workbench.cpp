@@ -35,7 +35,7 @@ Certificate CertificateIn(const std::string& path)
 }
 bool Put(const std::string& path, View content)
 {
-    ReplaceFile(path, content);
+    WriteWholeFile(path, content);
     return true;
 }
 

@@ -31,13 +31,13 @@ Certificate CertificateIn(const std::string& path) { return Certificate::FromTex
 
 bool Put(const std::string& path, std::string_view content)
 {
-    ReplaceFile(path, ViewOf(content));
+    WriteWholeFile(path, ViewOf(content));
     return true;
 }
 
 bool Put(const std::string& path, View content)
 {
-    ReplaceFile(path, content);
+    WriteWholeFile(path, content);
     return true;
 }
 

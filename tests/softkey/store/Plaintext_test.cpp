@@ -15,7 +15,7 @@ constexpr char kSecretText[] = "nobody else may read this";
 
 KZR_CHILD(StopsInTheMiddleOfAFile)
 {
-    ReplaceFileInPieces(EnvironmentText(kFolderVariable) + "\\plain.txt", [](const auto& write) {
+    WriteInPieces(EnvironmentText(kFolderVariable) + "\\plain.txt", [](const auto& write) {
         write(ViewOf(kSecretText));
         DWORD written = 0;
         WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), "w", 1, &written, nullptr);

@@ -83,7 +83,7 @@ std::string StoreTest::Read(const std::string& name) const { return StringOf(Rea
 
 void StoreTest::Write(const std::string& name, const std::string& content) const
 {
-    ReplaceFile(PathOf(name), ViewOf(content));
+    WriteWholeFile(PathOf(name), ViewOf(content));
 }
 
 bool StoreTest::Exists(const std::string& name) const
