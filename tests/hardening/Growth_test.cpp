@@ -107,6 +107,38 @@ KZR_CHILD(EveryMethodWithBadAnswers)
     return EndOfChild(bench, grown);
 }
 
+// Nor may a call that the guard ended keep anything.
+KZR_CHILD(EveryMethodWithFaults)
+{
+    QuietBench bench;
+    Watchdog watchdog(120000);
+    const int times = Rounds(4, 40);
+    int grown = 0;
+    ComPtr<IDispatch> certificate = bench.Make(kCertificate);
+    for (const Forwarder& each : Forwarders()) {
+        watchdog.Beat(each.made->name);
+        const ComPtr<IDispatch> object = bench.Make(*each.made);
+        AnswerEverything(*bench.backend);
+        // A control without a window takes one more listener's record at each try, kept while anybody is
+        // connected.
+        if (each.isControl()) Call(object.Get(), L"getUserList");
+        const std::string grew = GrowthOf(2, times, [&] {
+            for (const FaultKind kind : kAllFaults) {
+                bench.backend->ForgetEverything();
+                AnswerEverything(*bench.backend);
+                Call(certificate.Get(), DISPID{1}, {L"MIIB", I2(1), L""});
+                bench.backend->Allow(each.backend, Faults(kind));
+                Call(object.Get(), each.method, each.arguments);
+                ++bench.plannedFatalLines;
+            }
+            bench.backend->ForgetCalls();
+        });
+        grown += Judge(each.Name(), grew);
+    }
+    certificate.Reset();
+    return EndOfChild(bench, grown);
+}
+
 class Outer final : public IUnknown {
   public:
     virtual ~Outer() = default;
@@ -228,6 +260,12 @@ TEST(Growth, BadAnswersOfTheBackendLeaveNothing)
 {
     ExpectNoGrowth("EveryMethodWithBadAnswers");
     Did("growth", static_cast<long long>(Forwarders().size() - 1) * 34 * Rounds(4, 40), "bad answers");
+}
+
+TEST(Growth, FaultsOfTheBackendLeaveNothing)
+{
+    ExpectNoGrowth("EveryMethodWithFaults");
+    Did("growth", static_cast<long long>(Forwarders().size()) * 9 * Rounds(4, 40), "faults");
 }
 
 TEST(Growth, EveryClassMadeAThousandTimesPlainAndAggregatedLeavesNothing)

@@ -21,9 +21,9 @@ TEST_F(RandomUse, OfEverythingFindsNoFault)
 {
     const EmptyFolder folder;
     Watchdog watchdog(20000);
-    const int steps = Rounds(100000, 1000000);
+    const int calls = Rounds(100000, 1000000);
     MixedUse use(*backend, *dll, Seed(), Arguments::OfAnyType);
-    for (int i = 0; i < steps && use.Trouble().empty(); ++i) {
+    for (int i = 0; use.Calls() < calls && use.Trouble().empty(); ++i) {
         if (i % 100 == 0) watchdog.Beat("random use, from step", i);
         use.Step();
         ASSERT_EQ(0, FaultCounter::Unplanned()) << "step " << i << ": " << FaultCounter::FirstUnplanned();
@@ -56,19 +56,20 @@ KZR_CHILD(LongUse)
     const EmptyFolder folder;
     QuietBench bench;
     Watchdog watchdog(20000);
-    const int steps = Rounds(100000, 1000000);
+    const int calls = Rounds(100000, 1000000);
     MixedUse use(*bench.backend, *bench.dll, Seed(), Arguments::OfTheRightType);
     Holdings first, last;
+    int steps = 0;
     for (int tenth = 0; tenth <= kTenths; ++tenth) {
         // Counted with nothing in hand.
         use.DropAll();
         PumpMessages();
         last = CountHoldings();
         if (tenth == 1) first = last;
-        std::printf("after %d: %s\n", tenth * (steps / kTenths), Describe(last).c_str());
+        std::printf("after %lld: %s\n", use.Calls(), Describe(last).c_str());
         std::fflush(stdout);
-        for (int i = 0; tenth < kTenths && i < steps / kTenths; ++i) {
-            if (i % 100 == 0) watchdog.Beat("long use, from step", i);
+        while (tenth < kTenths && use.Calls() < (tenth + 1LL) * calls / kTenths) {
+            if (steps++ % 100 == 0) watchdog.Beat("long use, from step", steps);
             use.Step();
         }
     }
@@ -86,7 +87,7 @@ TEST(LongUse, IsFlatAfterTheFirstTenth)
     EXPECT_EQ(0u, ended.code);
     EXPECT_NE(std::string::npos, ended.output.find("END"));
     std::printf("%s", ended.output.c_str());
-    Did("soak", Rounds(100000, 1000000), "steps");
+    Did("soak", Rounds(100000, 1000000), "calls");
 }
 
 }  // namespace

@@ -26,7 +26,8 @@ std::string QuietBench::Trouble()
 {
     std::string trouble;
     if (FaultCounter::Unplanned() != 0) trouble += "a fault: " + FaultCounter::FirstUnplanned() + "\n";
-    if (CountedFatalLines() != 0) trouble += "fatal lines, and the latest error: " + LastErrorLine() + "\n";
+    if (CountedFatalLines() != plannedFatalLines)
+        trouble += "other fatal lines, and the latest error: " + LastErrorLine() + "\n";
     if (backend->Unexpected() != 0) trouble += "a call that the backend does not know\n";
     if (backend->LiveControls() != 0) trouble += "the backend was not released\n";
     if (dll->CanUnloadNow() != S_OK) trouble += "something of the module is alive\n";

@@ -19,6 +19,8 @@ class QuietBench {
     // still alive. "" when there is none.
     std::string Trouble();
 
+    // Fatal lines that the part has brought about on purpose.
+    long plannedFatalLines = 0;
     FaultCounter faults;
     std::unique_ptr<ScriptedBackend> backend;
     std::unique_ptr<TestDll> dll;
