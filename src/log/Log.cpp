@@ -107,19 +107,33 @@ void Append(const char* text, std::size_t length)
 // Long enough for every fixed text of the module.
 constexpr std::size_t kLongestText = 256;
 
+// What nearly every message with values fits into.
+constexpr std::size_t kUsualMessage = 512;
+
 [[gnu::noinline]] void WriteFixedLine(const LineFacts& facts, const LogText& text)
 {
     char line[kPrefixCapacity + kLongestText];
     Append(line, BuildFixedLine(line, sizeof(line), facts, text.Text()));
 }
 
-[[gnu::noinline]] void WriteToLibrary(const LineFacts& facts, const char* format, va_list arguments)
+// False when the message does not fit into so many bytes and its end.
+template <std::size_t Size>
+[[gnu::noinline]] bool PassToLibrary(const LineFacts& facts, const char* format, va_list arguments)
 {
-    char message[kLineCapacity];
+    char message[Size];
     std::size_t length = 0;
-    FormatMessageText(message, sizeof(message) - 1, format, arguments, length);
+    const bool fits = FormatMessageText(message, sizeof(message) - 1, format, arguments, length);
+    if (!fits && Size < kLineCapacity) return false;
     message[length] = '\0';
     WriteToLogLibrary(facts.sourceFile, facts.line, facts.level, message);
+    return true;
+}
+
+// Most messages are short, and every page of the stack that a buffer reaches over has to be touched.
+void WriteToLibrary(const LineFacts& facts, const char* format, va_list arguments)
+{
+    if (!PassToLibrary<kUsualMessage>(facts, format, arguments))
+        PassToLibrary<kLineCapacity>(facts, format, arguments);
 }
 
 // Adds what only a line that is written needs.

@@ -62,44 +62,37 @@ std::string_view BaseName(const char* path)
     return name.substr(0, kLongestSource);
 }
 
-// Takes what fits; the length that would have been needed comes back through the count.
+const char* InDecimal(char* digits, std::int32_t value)
+{
+    Prefix number(digits);
+    number.Decimal(value);
+    digits[number.Length()] = '\0';
+    return digits;
+}
+
+// A message as it grows. What it is made of is copied byte by byte: the pieces are short, and the platform's
+// own searches and copies cost more to enter than they save.
 class Message {
   public:
-    Message(char* start, std::size_t room) : m_next(start), m_room(room) {}
+    Message(char* start, std::size_t room) : m_start(start), m_next(start), m_end(start + room) {}
 
-    void Take(const char* text, std::size_t length)
+    // Up to the text's end or the mark of a place, where it then stands; false when not all fits.
+    bool Take(const char*& text, char mark)
     {
-        const std::size_t fits = length < m_room - m_length ? length : m_room - m_length;
-        std::memcpy(m_next + m_length, text, fits);
-        m_length += fits;
-        m_cut = m_cut || fits < length;
+        const char* from = text;
+        char* to = m_next;
+        while (to != m_end && *from != '\0' && *from != mark) *to++ = *from++;
+        text = from;
+        m_next = to;
+        return *from == '\0' || *from == mark;
     }
-    std::size_t Length() const { return m_length; }
-    bool IsCut() const { return m_cut; }
+    std::size_t Length() const { return static_cast<std::size_t>(m_next - m_start); }
 
   private:
+    char* m_start;
     char* m_next;
-    std::size_t m_room;
-    std::size_t m_length = 0;
-    bool m_cut = false;
+    char* m_end;
 };
-
-// The two places that the module's own lines have; false at any other, which is the platform's to format.
-bool TakePlace(Message& message, char kind, va_list* arguments)
-{
-    if (kind == 's') {
-        const char* const text = va_arg(*arguments, const char*);
-        if (!text) return false;
-        message.Take(text, std::strlen(text));
-        return true;
-    }
-    if (kind != 'd') return false;
-    char digits[12];
-    Prefix number(digits);
-    number.Decimal(va_arg(*arguments, int));
-    message.Take(digits, number.Length());
-    return true;
-}
 
 std::size_t BuildPrefix(char* buffer, const LineFacts& facts)
 {
@@ -156,18 +149,24 @@ bool FormatMessageText(char* buffer, std::size_t room, const char* format, va_li
     Message message(buffer, room);
     va_list own;
     va_copy(own, arguments);
-    bool known = true;
-    for (const char* from = format; known && *from != '\0';) {
-        const std::size_t plain = std::strcspn(from, "%");
-        message.Take(from, plain);
-        from += plain;
-        if (*from == '\0') break;
-        known = TakePlace(message, from[1], &own);
+    const char* from = format;
+    bool fits = message.Take(from, '%');
+    const char* text = from;
+    for (; fits && *from != '\0'; fits = fits && message.Take(from, '%')) {
+        // The two places that the module's own lines have; any other is the platform's to format.
+        char digits[12];
+        text = nullptr;
+        if (from[1] == 's')
+            text = va_arg(own, const char*);
+        else if (from[1] == 'd')
+            text = InDecimal(digits, va_arg(own, int));
+        if (!text) break;
         from += 2;
+        fits = message.Take(text, '\0');
     }
     va_end(own);
     length = message.Length();
-    if (known) return !message.IsCut();
+    if (text) return fits;
     const int made = _vsnprintf(buffer, room, format, arguments);
     length = made < 0 ? room : static_cast<std::size_t>(made);
     return made >= 0;

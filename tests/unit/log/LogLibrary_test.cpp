@@ -87,13 +87,13 @@ TEST(LogLibrary, IsLoadedOnceAndToldOfEveryStart)
     EXPECT_EQ("LogInitializeA(KzrSecX)\nLogInitializeA(KzrSecX)\n", WithoutReturns(ended.output));
 }
 
-KZR_CHILD(WritesLongMessages)
+// How many messages of these lengths arrive otherwise than whole, or cut at the greatest length.
+int WrongMessages(std::size_t first, std::size_t last)
 {
-    InitLog("trace", "");
     int wrong = 0;
     std::size_t before = test::FakeLogNotes().size();
-    for (std::size_t length = 32767 - 50; length <= 32767 + 50; ++length) {
-        const std::string message(length, 'x');
+    for (std::size_t length = first; length <= last; ++length) {
+        const std::string message = std::string(length - 1, 'x') + "y";
         WriteLog("S", 1, 8, 0, "%s", message.c_str());
         const std::string notes = test::FakeLogNotes();
         const std::string expected = "LogOutputA(KzrSecX, S, 1, 8, " + message.substr(0, 32767) + ")\n";
@@ -103,9 +103,26 @@ KZR_CHILD(WritesLongMessages)
     return wrong;
 }
 
+KZR_CHILD(WritesLongMessages)
+{
+    InitLog("trace", "");
+    return WrongMessages(32767 - 50, 32767 + 50);
+}
+
+KZR_CHILD(WritesMessagesOfEveryShortLength)
+{
+    InitLog("trace", "");
+    return WrongMessages(1, 1100);
+}
+
 TEST(LogLibrary, GetsATerminatedTextOfAtMost32767Bytes)
 {
     EXPECT_EQ(0u, RunWith("Whole", "WritesLongMessages").code);
+}
+
+TEST(LogLibrary, GetsMessagesOfEveryShortLengthWhole)
+{
+    EXPECT_EQ(0u, RunWith("Whole", "WritesMessagesOfEveryShortLength").code);
 }
 
 KZR_CHILD(WritesWithoutAWholeLibrary)

@@ -152,6 +152,32 @@ TEST(LogLine, TheMessageIsFormatted)
               Build(Facts("S"), "%s %d %s 100%% %x", "a", -7, "b", 255));
 }
 
+TEST(LogLine, ANullTextIsShownAsThePlatformShowsIt)
+{
+    EXPECT_EQ("[2024-03-05 09:07:01.042] [trace] tid[4120]S(21): status(0), a (null) 7 b\n",
+              Build(Facts("S"), "%s %s %d b", "a", static_cast<const char*>(nullptr), 7));
+}
+
+TEST(LogLine, NumbersAreShownToTheirExtremes)
+{
+    EXPECT_EQ("[2024-03-05 09:07:01.042] [trace] tid[4120]S(21): status(0), 0,2147483647,-2147483648\n",
+              Build(Facts("S"), "%d,%d,%d", 0, 2147483647, -2147483647 - 1));
+}
+
+TEST(LogLine, AMessageOfSeveralPiecesThatJustFitsIsWrittenAndALongerOneIsLost)
+{
+    const std::string prefix = "[2024-03-05 09:07:01.042] [trace] tid[4120]S(21): status(0), ";
+    const std::size_t rest = kLineCapacity - prefix.size();
+    const std::size_t others = std::strlen("()(-12) end");
+    for (std::size_t length = rest - others - 20; length <= rest - others + 20; ++length) {
+        const std::string value = std::string(length - 1, 'x') + "y";
+        const bool fits = length + others < rest;
+        EXPECT_EQ(fits ? prefix + "(" + value + ")(-12) end\n" : prefix.substr(0, prefix.size() - 1) + "\n",
+                  Build(Facts("S"), "(%s)(%d) end", value.c_str(), -12))
+            << "length " << length;
+    }
+}
+
 TEST(LogLine, AMessageThatJustFitsIsWrittenAndALongerOneIsLost)
 {
     const std::string prefix = "[2024-03-05 09:07:01.042] [trace] tid[4120]S(21): status(0), ";
