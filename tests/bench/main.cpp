@@ -1,9 +1,11 @@
 // Measures one part per run, so that no part disturbs another:
-//     kzr_bench FOLDER cpu|server|load|table|growth|exact|planted|profile [ROUNDS]
+//     kzr_bench FOLDER cpu|server|load|table|growth|exact|planted [ROUNDS]
+//     kzr_bench FOLDER profile|profile.log|profile.create
 // FOLDER holds quiet\ (the component and a log library that drops everything), plain\ (the component alone),
 // Empty.dll and Planted.dll. Ends with the line END.
 #include <windows.h>
 
+#include <psapi.h>
 #include <shlobj.h>
 
 #include <cstdio>
@@ -304,24 +306,68 @@ void CountPlanted()
     TellGrowthOf("planted-growth", 10, 10, growth);
 }
 
-// For a profiler: one call through the type information, over and over.
-void CallForSeconds(double seconds)
+// ---- For a profiler: the same step for five seconds, with what it costs and where the modules lie.
+
+void TellModules()
 {
-    const Component component(Quiet());
+    HMODULE modules[256];
+    DWORD bytes = 0;
+    K32EnumProcessModules(GetCurrentProcess(), modules, sizeof(modules), &bytes);
+    for (DWORD i = 0; i < bytes / sizeof(HMODULE); ++i) {
+        MODULEINFO facts{};
+        char name[MAX_PATH] = {};
+        K32GetModuleInformation(GetCurrentProcess(), modules[i], &facts, sizeof(facts));
+        K32GetModuleBaseNameA(GetCurrentProcess(), modules[i], name, MAX_PATH);
+        std::printf("module %s %p %lx\n", name, facts.lpBaseOfDll, facts.SizeOfImage);
+    }
+    std::fflush(stdout);
+}
+
+void RepeatForSeconds(const std::function<void()>& step)
+{
+    constexpr double kSeconds = 5;
+    TellModules();
+    long times = 0;
+    double spent = 0;
+    for (; spent < kSeconds; times += 1000)
+        spent += SecondsOf([&] {
+            for (int i = 0; i < 1000; ++i) step();
+        });
+    std::printf("time step %.1f\n", spent * 1e9 / static_cast<double>(times));
+}
+
+// One call through the type information.
+void RepeatHash(const std::wstring& path)
+{
+    const Component component(path);
     const ComPtr<ICrypto> crypto = component.Make<ICrypto>(CLSID_Crypto);
     VARIANT argument{};
     argument.vt = VT_BSTR;
     argument.bstrVal = Text();
     DISPPARAMS parameters{&argument, nullptr, 1, 0};
-    for (double spent = 0; spent < seconds;)
-        spent += SecondsOf([&] {
-            for (int i = 0; i < 10000; ++i) {
-                VARIANT result{};
-                crypto->Invoke(DISPID_ICrypto_Hash, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD,
-                               &parameters, &result, nullptr, nullptr);
-                VariantClear(&result);
-            }
-        });
+    RepeatForSeconds([&] {
+        VARIANT result{};
+        crypto->Invoke(DISPID_ICrypto_Hash, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters,
+                       &result, nullptr, nullptr);
+        VariantClear(&result);
+    });
+}
+
+void RepeatHashWithLog()
+{
+    {
+        const Component component(Plain());
+    }  // makes the folder above
+    CreateDirectoryW(LogFolder().c_str(), nullptr);
+    RepeatHash(Plain());
+}
+
+void RepeatMaking()
+{
+    const Component component(Quiet());
+    const ComPtr<ICrypto> first = component.Make<ICrypto>(CLSID_Crypto);
+    const ComPtr<IClassFactory> factory = component.Factory(CLSID_Crypto);
+    RepeatForSeconds([&] { MakeAndRelease(factory.Get()); });
 }
 
 int Run(const std::wstring& part)
@@ -341,7 +387,11 @@ int Run(const std::wstring& part)
     else if (part == L"exact")
         CountExactly();
     else if (part == L"profile")
-        CallForSeconds(5);
+        RepeatHash(Quiet());
+    else if (part == L"profile.log")
+        RepeatHashWithLog();
+    else if (part == L"profile.create")
+        RepeatMaking();
     else if (part == L"planted")
         CountPlanted();
     else
