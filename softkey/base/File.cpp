@@ -100,7 +100,7 @@ void WriteInPieces(const std::string& path,
 {
     Temporary temporary(TemporaryFor(path));
     {
-        RawFile file = RawFile::CreateToWrite(temporary.path);
+        RawFile file = RawFile::CreateToWrite(temporary.path, path);
         fill([&file](View piece) { file.Write(piece); });
         file.FlushAndClose();
     }

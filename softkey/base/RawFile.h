@@ -16,8 +16,8 @@ class RawFile {
     // Without a value when there is no such file. Takes ordinary files only: a device or a pipe has no end.
     static std::optional<RawFile> OpenToRead(const std::string& path);
     // The file must not be there yet. On Windows it goes with this object, or its process, until
-    // FlushAndClose.
-    static RawFile CreateToWrite(const std::string& path);
+    // FlushAndClose. Failures name `target`, which it is written for: nobody knows a temporary's name.
+    static RawFile CreateToWrite(const std::string& path, const std::string& target);
 
     RawFile(RawFile&& other) noexcept;
     RawFile& operator=(RawFile&&) = delete;

@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <charconv>
 #include <sstream>
 
 #include "ExitCodes.h"
@@ -63,6 +64,41 @@ class Definition {
                              const char* type = "TEXT")
     {
         return *command.add_option(name, target, help)->type_name(type);
+    }
+
+    // The values stand in the help, and in the sentence that refuses others: the parser's own names numbers
+    // that only it knows.
+    template <typename Value>
+    static void Choice(CLI::App& command, const std::string& name, Value& target,
+                       const std::vector<std::pair<std::string, Value>>& choices, const char* help)
+    {
+        std::string type, sentence;
+        for (std::size_t i = 0; i < choices.size(); ++i) {
+            type += (i == 0 ? "" : "|") + choices[i].first;
+            sentence += (i == 0 ? "" : i + 1 == choices.size() ? " or " : ", ") + choices[i].first;
+        }
+        const auto take = [=, &target](const std::string& given) {
+            for (const auto& [text, value] : choices) {
+                if (text == given) return void(target = value);
+            }
+            throw CLI::ValidationError(name + " takes " + sentence + ", not \"" + given + "\"");
+        };
+        command.add_option_function<std::string>(name, take, help)->type_name(type);
+    }
+
+    static void Number(CLI::App& command, const std::string& name, int& target, int least, int most,
+                       const char* help)
+    {
+        const auto take = [=, &target](const std::string& given) {
+            const char* const end = given.data() + given.size();
+            const auto [stop, error] = std::from_chars(given.data(), end, target);
+            if (error == std::errc() && stop == end && target >= least && target <= most) return;
+            throw CLI::ValidationError(name + " takes a number from " + std::to_string(least) + " to " +
+                                       std::to_string(most) + ", not \"" + given + "\"");
+        };
+        command.add_option_function<std::string>(name, take, help)
+            ->type_name("NUMBER")
+            ->default_str(std::to_string(target));
     }
 
     // A vector would take all that follows; this takes one value each time.
@@ -127,24 +163,16 @@ void Definition::DefineCreate()
     Text(create, "--pin", m_options.pin, "The user's PIN, 4 to 32 bytes", "PIN");
     Text(create, "--admin-pin", m_options.adminPin, "The administrator's PIN, which unblocks the user's",
          "PIN");
-    create.add_option("--tries", m_options.tries, "Wrong PINs in a row that lock")
-        ->check(CLI::Range(1, 100))
-        ->capture_default_str();
+    Number(create, "--tries", m_options.tries, 1, 100, "Wrong PINs in a row that lock, 1 to 100");
     Text(create, "--device-type", m_options.device.type, "Type of the device").capture_default_str();
     Text(create, "--library", m_options.device.extensionLibrary, "Name of the vendor's library")
         .capture_default_str();
     Text(create, "--provider", m_options.device.provider, "Name of the vendor's CSP").capture_default_str();
-    create.add_option("--days", m_options.days, "Days that the certificates last")
-        ->check(CLI::Range(1, 36500))
-        ->capture_default_str();
-    create
-        .add_option("--start-days", m_options.startDays,
-                    "Days from now until they begin; less than 0: before")
-        ->check(CLI::Range(-36500, 36500))
-        ->capture_default_str();
-    create.add_option("--rsa-bits", m_options.rsaBits, "Size of RSA keys")
-        ->check(CLI::IsMember(std::vector<int>{1024, 2048, 3072, 4096}))
-        ->capture_default_str();
+    Number(create, "--days", m_options.days, 1, 36500, "Days that the certificates last, up to 36500");
+    Number(create, "--start-days", m_options.startDays, -36500, 36500,
+           "Days from now until they begin; less than 0: before");
+    Choice<int>(create, "--rsa-bits", m_options.rsaBits,
+                {{"1024", 1024}, {"2048", 2048}, {"3072", 3072}, {"4096", 4096}}, "Size of RSA keys (2048)");
     create.add_flag_callback(
         "--no-exchange", [this] { m_options.exchange = false; }, "Signing pairs only");
     create.add_flag("--unplugged", m_options.unplugged, "Do not plug it");
@@ -205,13 +233,11 @@ void Definition::DefineCertificates()
                             "Example: softkey export DEMO0001 --pair signing --form der --output alice.cer");
     SerialNumber(one);
     Text(one, "--container", m_options.container, "Of this container only", "NAME");
-    one.add_option("--pair", m_options.pair, "Of this pair only")
-        ->check(CLI::IsMember({"signing", "exchange"}));
-    const std::vector<std::pair<std::string, TextForm>> forms = {
-        {"pem", TextForm::Pem}, {"base64", TextForm::Base64}, {"der", TextForm::Der}};
-    one.add_option("--form", m_options.form, "pem (usual), base64 or der")
-        ->transform(CLI::CheckedTransformer(forms).description(""))
-        ->type_name("FORM");
+    Choice<std::string>(one, "--pair", m_options.pair, {{"signing", "signing"}, {"exchange", "exchange"}},
+                        "Of this pair only");
+    Choice<TextForm>(one, "--form", m_options.form,
+                     {{"pem", TextForm::Pem}, {"base64", TextForm::Base64}, {"der", TextForm::Der}},
+                     "How they are written (pem)");
     Text(one, "-o,--output", m_options.output, "To this file instead of the output", "FILE");
     one.add_flag("--force", m_options.force, "Replace the file");
 
@@ -223,10 +249,8 @@ void Definition::DefineCertificates()
         Command(*authority, "export", "Writes the test CA's chain and revocation list (PEM)", ExportAuthority,
                 "Without a file, both go to the output.\n"
                 "Example: softkey ca export --type rsa --chain chain.pem --crl list.pem");
-    const std::vector<std::pair<std::string, KeyType>> types = {{"sm2", KeyType::Sm2}, {"rsa", KeyType::Rsa}};
-    all.add_option("--type", m_options.authority, "sm2 (usual) or rsa")
-        ->transform(CLI::CheckedTransformer(types).description(""))
-        ->type_name("TYPE");
+    Choice<KeyType>(all, "--type", m_options.authority, {{"sm2", KeyType::Sm2}, {"rsa", KeyType::Rsa}},
+                    "Which of the two (sm2)");
     Text(all, "--chain", m_options.output, "File for the chain", "FILE");
     Text(all, "--crl", m_options.listOutput, "File for the revocation list", "FILE");
     all.add_flag("--force", m_options.force, "Replace the files");

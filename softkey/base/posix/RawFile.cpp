@@ -49,11 +49,11 @@ std::optional<RawFile> RawFile::OpenToRead(const std::string& path)
     return file;
 }
 
-RawFile RawFile::CreateToWrite(const std::string& path)
+RawFile RawFile::CreateToWrite(const std::string& path, const std::string& target)
 {
     RefuseBadName(path);
-    RawFile file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600), path);
-    if (file.m_file == kNone) throw FileFailure(path, "creating");
+    RawFile file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600), target);
+    if (file.m_file == kNone) throw FileFailure(target, "creating");
     return file;
 }
 

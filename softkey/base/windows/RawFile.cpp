@@ -75,12 +75,12 @@ std::optional<RawFile> RawFile::OpenToRead(const std::string& path)
     return file;
 }
 
-RawFile RawFile::CreateToWrite(const std::string& path)
+RawFile RawFile::CreateToWrite(const std::string& path, const std::string& target)
 {
     RawFile file(CreateFileW(NameOf(path).c_str(), GENERIC_WRITE | DELETE, 0, nullptr, CREATE_NEW,
                              FILE_ATTRIBUTE_NORMAL, nullptr),
-                 path);
-    if (file.m_file == INVALID_HANDLE_VALUE) throw FileFailure(path, "creating");
+                 target);
+    if (file.m_file == INVALID_HANDLE_VALUE) throw FileFailure(target, "creating");
     // Where the file system cannot do this, what a dead process wrote stays, as on other platforms.
     GoWithHandle(file.m_file, true);
     return file;

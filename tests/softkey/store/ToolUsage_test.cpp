@@ -47,6 +47,26 @@ TEST(ToolUsage, AWrongCommandLinePrintsNothingWhereAnswersAreExpected)
     EXPECT_NE(ended.errors, "");
 }
 
+TEST(ToolUsage, AWrongValueIsRefusedInASentenceThatNamesTheRightOnes)
+{
+    const std::pair<std::vector<std::string>, std::string> rows[] = {
+        {{"export", "K1", "--form", "doc"}, "--form takes pem, base64 or der, not \"doc\""},
+        {{"export", "K1", "--form", "0"}, "--form takes pem, base64 or der, not \"0\""},
+        {{"export", "K1", "--pair", "both"}, "--pair takes signing or exchange, not \"both\""},
+        {{"ca", "export", "--type", "RSA"}, "--type takes sm2 or rsa, not \"RSA\""},
+        {{"create", "--rsa-bits", "1000"}, "--rsa-bits takes 1024, 2048, 3072 or 4096, not \"1000\""},
+        {{"create", "--tries", "101"}, "--tries takes a number from 1 to 100, not \"101\""},
+        {{"create", "--tries", "ten"}, "--tries takes a number from 1 to 100, not \"ten\""},
+        {{"create", "--days", "9999999999"}, "--days takes a number from 1 to 36500, not \"9999999999\""},
+        {{"create", "--start-days", "1d"}, "--start-days takes a number from -36500 to 36500, not \"1d\""},
+    };
+    for (const auto& [arguments, sentence] : rows) {
+        const Ended ended = RunTool(arguments);
+        EXPECT_EQ(ended.code, 2u);
+        EXPECT_EQ(ended.errors.substr(0, ended.errors.find_first_of("\r\n")), sentence);
+    }
+}
+
 TEST(ToolUsage, HelpStaysHelpWhenJsonIsAskedFor)
 {
     const Ended ended = RunTool({"--json", "--help"});

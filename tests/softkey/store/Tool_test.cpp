@@ -246,6 +246,18 @@ TEST_F(Tool, CertificatesAreExportedInEveryForm)
     EXPECT_EQ(RunJson({"export", "SN01", "--container", "none"}).code, 3u);
 }
 
+TEST_F(Tool, AFolderThatIsMissingIsNamedAsItWasGiven)
+{
+    MakeKey(m_store);
+    const std::string path = Path("none\\c.pem");
+    for (const Arguments& arguments :
+         {Arguments{"export", "SN01", "-o", path}, {"ca", "export", "--chain", path}}) {
+        const Ended ended = RunJson(arguments);
+        EXPECT_EQ(ended.code, 1u);
+        EXPECT_EQ(ended.json["error"]["message"].get<std::string>().find(path + ": "), 0u) << ended.errors;
+    }
+}
+
 TEST_F(Tool, ARevokedContainerIsRevokedInTheStoreAndInTheExportedList)
 {
     MakeDemo();
