@@ -180,14 +180,21 @@ bool LibraryIsRegistered()
     return RegOpenKeyExW(HKEY_CLASSES_ROOT, name.c_str(), 0, KEY_READ, key.put()) != ERROR_FILE_NOT_FOUND;
 }
 
-// Systems differ in what they answer about a library that is already gone, so the registry is asked.
+// Systems differ in what they answer about a library that is already gone, so the registry is asked. And some
+// open the registered file for what is to be removed: where the module has been moved, there is none at that
+// place until the module is registered at its own.
 void UnregisterLibrary()
 {
-    const HRESULT result =
-        UnRegisterTypeLib(LIBID_TOLVSECCOMLib, kLibraryMajor, kLibraryMinor, LANG_NEUTRAL, SYS_WIN64);
-    if (!LibraryIsRegistered()) return;
-    Check(result);
-    Fail(E_FAIL);
+    for (bool first = true;; first = false) {
+        const HRESULT result =
+            UnRegisterTypeLib(LIBID_TOLVSECCOMLib, kLibraryMajor, kLibraryMinor, LANG_NEUTRAL, SYS_WIN64);
+        if (!LibraryIsRegistered()) return;
+        if (!first || HRESULT_FACILITY(result) != FACILITY_DISPATCH) {
+            Check(result);
+            Fail(E_FAIL);
+        }
+        RegisterLibrary();
+    }
 }
 
 // A new manager for every registration, released afterwards.
