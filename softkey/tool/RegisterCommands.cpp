@@ -7,10 +7,13 @@
 #include "base/File.h"
 #include "base/Wide.h"
 #include "registration/BackendRegistration.h"
+#include "registration/ServerFile.h"
 #include "store/Folder.h"
 
 namespace kzr::softkey::tool {
 namespace {
+
+constexpr std::size_t kLargestLibrary = std::size_t{256} << 20;
 
 // Unless another is named, the DLL that came with this program.
 std::string LibraryFile(const Options& options)
@@ -23,6 +26,8 @@ std::string LibraryFile(const Options& options)
     }
     path = AbsolutePath(path);
     if (!FileExists(path)) throw ToolError(kFailed, "there is no " + path + "; --dll names it");
+    if (!IsServerFile(ReadWholeFile(path, kLargestLibrary)))
+        throw ToolError(kUsage, path + " is not a 64-bit DLL that can be registered; nothing was changed");
     return path;
 }
 

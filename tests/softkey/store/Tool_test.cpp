@@ -400,12 +400,25 @@ TEST_F(Tool, AMessageWithBytesThatAreNoTextIsAnswered)
 
 constexpr wchar_t kClass[] = L"Software\\Classes\\CLSID\\{5D343B47-FDD0-4802-930B-EADDA0CE37D9}";
 
+TEST_F(Tool, WhatIsNoServerIsNotRegistered)
+{
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, kClass);
+    WriteNew(Path("text.dll"), ViewOf("a file"));
+    for (const std::string& file : {Path("text.dll"), std::string(KZR_SOFTKEY_TOOL)}) {
+        const Ended refused = RunJson({"register", "--dll", file});
+        EXPECT_EQ(refused.code, 2u);
+        EXPECT_NE(refused.errors.find(" is not a 64-bit DLL that can be registered"), std::string::npos)
+            << refused.errors;
+    }
+    EXPECT_FALSE(HolderOfBackendClass());
+}
+
 TEST_F(Tool, RegisteringRefusesAForeignHolderAndReplacesItOnlyWhenTold)
 {
     RegDeleteTreeW(HKEY_LOCAL_MACHINE, kClass);
     const std::string dll = Path("KzrSoftKey_x64.dll");
     EXPECT_EQ(RunJson({"register", "--dll", dll}).code, 1u);
-    WriteNew(dll, ViewOf("a file"));
+    WriteNew(dll, ReadWholeFile(KZR_SOFTKEY_DLL));
     kzr::test::WriteText(L"CLSID\\{5D343B47-FDD0-4802-930B-EADDA0CE37D9}\\InprocServer32", nullptr,
                          L"C:\\vendor\\backend.dll");
     const auto before = kzr::test::SnapshotOf(HKEY_LOCAL_MACHINE, kClass);
