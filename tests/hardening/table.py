@@ -1,6 +1,7 @@
 """Prints what a run of the hardening tests has done: area, count, seed, time, findings.
 
-Reads the program's own output. A test that was begun and never ended counts as a finding.
+Reads what the programs wrote, a file each. A test that was begun and never ended counts as a finding. Of programs that
+test other things too, only suites that tell a count or a seed, or that found something, get a row.
 """
 
 import re
@@ -19,8 +20,8 @@ class Area:
         self.milliseconds = self.passed = self.findings = self.skipped = 0
 
 
-def read(lines):
-    areas, suites, running = {}, {}, None
+def read(lines, areas, suites):
+    running = None
     for line in lines:
         if match := STARTED.match(line):
             if running:
@@ -41,6 +42,16 @@ def read(lines):
             running = None
     if running:
         suites.setdefault(running, Area()).findings += 1
+
+
+def read_all(paths):
+    areas, suites = {}, {}
+    for path in paths:
+        own = {}
+        read(Path(path).read_text("utf-8", "replace").replace("\r", "").splitlines(), areas, own)
+        everything = Path(path).name.startswith("hardening")
+        suites.update({name: area for name, area in own.items()
+                       if everything or name.startswith("Plant") or area.counts or area.seeds or area.findings})
     return areas, suites
 
 
@@ -54,8 +65,7 @@ def rows_of(name, suite, area):
 
 
 def main():
-    text = Path(sys.argv[1]).read_text("utf-8", "replace").replace("\r", "")
-    areas, suites = read(text.splitlines())
+    areas, suites = read_all(sys.argv[1:])
     rows = [["area", "suite", "count", "seed", "time", "findings"]]
     for suite in sorted(suites, key=lambda each: (areas.get(each, "~"), each)):
         rows += rows_of(areas.get(suite, "-"), suite, suites[suite])

@@ -79,16 +79,22 @@ def run_checks(bench, tally, options):
     return len(chosen)
 
 
-def run_one_program(bench, tally, options):
-    """For the tests of one program with counts of their own; it may be the only one that was built."""
-    programs = programs_in(options.build / "tests", f"kzr_{options.only}_tests.exe")
-    if not run_programs(bench, tally, programs, (options.only,), options.filter, wine=True) and programs:
+def run_some_programs(bench, tally, options):
+    """For tests with counts of their own; these programs may be the only ones that were built."""
+    matched = 0
+    for label in options.only:
+        if label in EXPECTED_NATIVE:
+            programs = programs_in(options.native, f"kzr_{label}_tests")
+        else:
+            programs = programs_in(options.build / "tests", f"kzr_{label}_tests.exe")
+        matched += run_programs(bench, tally, programs, (label,), options.filter, wine=label not in EXPECTED_NATIVE)
+    if not matched and not tally.failed:
         tally.add(Run("filter", 0, [(options.filter or "all", "no test has such a name")], 0))
 
 
 def run_everything(bench, tally, options):
     if options.only:
-        run_one_program(bench, tally, options)
+        run_some_programs(bench, tally, options)
         return
     matched = run_checks(bench, tally, options)
     if not options.foreign_dll and not options.programs_only:
@@ -122,7 +128,8 @@ def main():
                         help="the DLL is not of this tree: run only what looks at the DLL")
     parser.add_argument("--programs-only", action="store_true",
                         help="Windows programs and scripts: the build is no product, and natively nothing differs")
-    parser.add_argument("--only", metavar="PROGRAM", help="this Windows program's tests and nothing else")
+    parser.add_argument("--only", metavar="PROGRAM", action="append",
+                        help="this program's tests and nothing else; may be repeated")
     parser.add_argument("--timeout", type=float, default=600, help="seconds that one program may take")
     parser.add_argument("--tails", type=int, default=30, help="lines shown of each failed program")
     parser.add_argument("filter", nargs="?", help="part of a test's name, or a pattern with * and ?")

@@ -95,6 +95,7 @@ void ConvertRandomTexts()
     }
     EXPECT_EQ(0, wrong) << "of " << texts;
     EXPECT_EQ(0, test::FaultCounter::Unplanned()) << test::FaultCounter::FirstUnplanned();
+    std::printf("did: text conversion: %d texts\n", texts);
 }
 
 TEST(GuardedTexts, AreConvertedWithoutAByteTooMany) { ConvertRandomTexts(); }
