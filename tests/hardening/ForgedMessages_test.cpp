@@ -1,4 +1,5 @@
 // Messages that only the system may send, sent to the control's window by somebody else.
+#include "Area.h"
 #include "QuietTest.h"
 
 namespace kzr::test {
@@ -28,7 +29,8 @@ TEST_F(ForgedMessages, OfAWindowsEndCountOnce)
     ComPtr<IDispatch> control = MakeWithWindow();
     const HWND window = WindowAfter(nullptr);
     ASSERT_TRUE(window);
-    for (int i = 0; i < 3; ++i) SendMessageW(window, WM_NCDESTROY, 0, 0);
+    constexpr int kTimes = 3;
+    for (int i = 0; i < kTimes; ++i) SendMessageW(window, WM_NCDESTROY, 0, 0);
     EXPECT_EQ(S_FALSE, dll->CanUnloadNow()) << "the control is alive";
     // It has lost its window and makes another one, which ends as it should.
     EXPECT_EQ(S_OK, Call(control.Get(), L"getUserList").result);
@@ -40,6 +42,7 @@ TEST_F(ForgedMessages, OfAWindowsEndCountOnce)
     // Had its end counted again, the next object would seem to be none.
     const ComPtr<IDispatch> next = Make(kUtil);
     EXPECT_EQ(S_FALSE, dll->CanUnloadNow());
+    Did("malformed calls", kTimes, "forged ends of a window");
 }
 
 TEST_F(ForgedMessages, OfAWindowsEndLeaveNoneBehindThatNeedsTheModule)

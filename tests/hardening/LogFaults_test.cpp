@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 
+#include "Area.h"
 #include "Methods.h"
 #include "QuietTest.h"
 #include "support/ChildProcess.h"
@@ -56,16 +57,31 @@ bool RunOnFile(const wchar_t* program, const std::wstring& arguments, const std:
     return IsThere(path) == thereAfterwards;
 }
 
+HANDLE OpenToAppend(const std::wstring& path)
+{
+    return CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                       OPEN_EXISTING, 0, nullptr);
+}
+
 // A link to the device on which every write fails for want of room.
 bool PutFullDisk(const std::wstring& path)
 {
     if (!RunOnFile(L"Z:\\bin\\ln", L"-s /dev/full", path, true)) return false;
-    const HANDLE file = CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                    nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE file = OpenToAppend(path);
     DWORD written = 0;
     const bool isFull = file != INVALID_HANDLE_VALUE && !WriteFile(file, "x", 1, &written, nullptr);
     CloseHandle(file);
     return isFull;
+}
+
+// A link to a program that runs: nobody may write to it, not even an administrator of the build machine.
+bool PutImmutable(const std::wstring& path)
+{
+    if (!RunOnFile(L"Z:\\bin\\ln", L"-s /proc/self/exe", path, true)) return false;
+    const HANDLE file = OpenToAppend(path);
+    if (file == INVALID_HANDLE_VALUE) return true;
+    CloseHandle(file);
+    return false;
 }
 
 HANDLE OpenAlone(const std::wstring& path)
@@ -95,6 +111,7 @@ const std::map<std::wstring, Fault>& AllFaults()
              return SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY) != 0;
          }},
         {L"FullDisk", PutFullDisk},
+        {L"Immutable", PutImmutable},
         {L"NoOutputEither",
          [](const std::wstring& path) {
              SetStdHandle(STD_OUTPUT_HANDLE, INVALID_HANDLE_VALUE);
@@ -105,13 +122,19 @@ const std::map<std::wstring, Fault>& AllFaults()
              CloseHandle(GetStdHandle(STD_OUTPUT_HANDLE));
              return CreateDirectoryW(path.c_str(), nullptr) != 0;
          }},
+        {L"WithoutLogInitializeA", [](const std::wstring&) { return true; }},
         {L"WithoutLogOutputA", [](const std::wstring&) { return true; }},
+        {L"WithoutLogOutputW", [](const std::wstring&) { return true; }},
+        {L"WithoutLogTerminateA", [](const std::wstring&) { return true; }},
         {L"Faulting", [](const std::wstring&) { return true; }},
     };
     return faults;
 }
 
-bool IsLibrary(const std::wstring& fault) { return fault == L"WithoutLogOutputA" || fault == L"Faulting"; }
+bool IsLibraryWithoutAnEntry(const std::wstring& fault) { return fault.starts_with(L"WithoutLog"); }
+bool IsLibrary(const std::wstring& fault) { return IsLibraryWithoutAnEntry(fault) || fault == L"Faulting"; }
+// What stands at the log's path leads elsewhere.
+bool IsLink(const std::wstring& fault) { return fault == L"FullDisk" || fault == L"Immutable"; }
 
 // One line for each method: its HRESULT and its answer.
 std::string AnswersOf(const TestDll& dll)
@@ -183,8 +206,8 @@ class LogFaults : public testing::TestWithParam<const wchar_t*> {
             LogPathOf(program.empty() ? L"kzr_hardening_tests.exe" : program.substr(program.rfind(L'\\') + 1),
                       m_ended.processId);
         MoveFileW((FolderOf(m_log) + L"_away").c_str(), FolderOf(m_log).c_str());
-        if (std::wstring(fault) == L"FullDisk") {
-            // Whoever read it would read for ever.
+        if (IsLink(fault)) {
+            // Whoever read the device would read for ever, and what is linked to is nobody's to change.
             EXPECT_TRUE(RunOnFile(L"Z:\\bin\\rm", L"-f", m_log, false));
         } else {
             m_written = ReadWholeFile(m_log);
@@ -216,14 +239,20 @@ TEST_P(LogFaults, ChangesNoAnswer)
     EXPECT_EQ(Undisturbed(), Run(GetParam()));
     const std::wstring fault = GetParam();
     // An administrator of the build machine writes to read-only files, too.
-    if (fault != L"WithoutLogOutputA" && fault != L"ReadOnly") {
+    if (!IsLibraryWithoutAnEntry(fault) && fault != L"ReadOnly") {
         EXPECT_EQ("", m_written) << "the fault was none";
     }
+    if (IsLibraryWithoutAnEntry(fault)) {
+        EXPECT_LT(500u, ParseLog(m_written).size()) << "the file takes what the library cannot";
+    }
+    Did("log faults", static_cast<long long>(AllMethods().size()) - 1, "answers under a fault of the log");
 }
 
-const wchar_t* const kFaults[] = {L"FolderMissing",     L"FolderInItsPlace", L"LockedByAnother",
-                                  L"ReadOnly",          L"FullDisk",         L"NoOutputEither",
-                                  L"WithoutLogOutputA", L"Faulting",         L"OutputClosed"};
+const wchar_t* const kFaults[] = {L"FolderMissing",     L"FolderInItsPlace",  L"LockedByAnother",
+                                  L"ReadOnly",          L"Immutable",         L"FullDisk",
+                                  L"NoOutputEither",    L"OutputClosed",      L"WithoutLogInitializeA",
+                                  L"WithoutLogOutputA", L"WithoutLogOutputW", L"WithoutLogTerminateA",
+                                  L"Faulting"};
 INSTANTIATE_TEST_SUITE_P(, LogFaults, testing::ValuesIn(kFaults), [](const auto& tested) {
     const std::wstring name = tested.param;
     return std::string(name.begin(), name.end());

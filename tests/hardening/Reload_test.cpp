@@ -6,6 +6,7 @@
 #include <iterator>
 #include <thread>
 
+#include "Area.h"
 #include "support/ChildProcess.h"
 #include "support/ComponentTest.h"
 #include "support/Resources.h"
@@ -86,8 +87,11 @@ int RunCycles(Cycle cycle, int count)
     return failure;
 }
 
-KZR_CHILD(CyclesThatFault) { return RunCycles(CreateAndFault, Rounds(1300, 5000)); }
-KZR_CHILD(CyclesThatFaultOnThreads) { return RunCycles(FaultOnAThreadThatEnds, Rounds(300, 1500)); }
+int CyclesOfAll() { return Rounds(1300, 5000); }
+int CyclesOfThreads() { return Rounds(300, 1500); }
+
+KZR_CHILD(CyclesThatFault) { return RunCycles(CreateAndFault, CyclesOfAll()); }
+KZR_CHILD(CyclesThatFaultOnThreads) { return RunCycles(FaultOnAThreadThatEnds, CyclesOfThreads()); }
 
 void ExpectNoGrowth(const char* child)
 {
@@ -98,8 +102,17 @@ void ExpectNoGrowth(const char* child)
     EXPECT_NE(std::string::npos, ended.output.find("at the end")) << ended.output;
 }
 
-TEST(Reload, CyclesWithEveryFaultGrowNothing) { ExpectNoGrowth("CyclesThatFault"); }
-TEST(Reload, CyclesWithFaultsOnOtherThreadsGrowNothing) { ExpectNoGrowth("CyclesThatFaultOnThreads"); }
+TEST(Reload, CyclesWithEveryFaultGrowNothing)
+{
+    ExpectNoGrowth("CyclesThatFault");
+    Did("reload", CyclesOfAll(), "cycles");
+}
+
+TEST(Reload, CyclesWithFaultsOnOtherThreadsGrowNothing)
+{
+    ExpectNoGrowth("CyclesThatFaultOnThreads");
+    Did("reload", CyclesOfThreads(), "cycles on threads that end");
+}
 
 }  // namespace
 }  // namespace kzr::test

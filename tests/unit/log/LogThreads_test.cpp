@@ -33,7 +33,19 @@ std::string MessageOf(int thread, int line)
     return start + std::string(static_cast<std::size_t>((thread * 37 + line * 11) % 300), 'x') + " end";
 }
 
-Written WriteFromThreads(const std::wstring& path, int lines)
+// What a log of such lines holds of them.
+Written Judge(const std::string& bytes, int lines)
+{
+    std::set<std::string> expected;
+    for (int thread = 0; thread < kThreads; ++thread)
+        for (int i = 0; i < lines; ++i) expected.insert(MessageOf(thread, i));
+    Written written{expected.size()};
+    for (const test::LogRecord& record : test::ParseLog(bytes))
+        ++(expected.erase(record.message) ? written.whole : written.torn);
+    return written;
+}
+
+std::string WriteFromThreads(const std::wstring& path, int lines)
 {
     SetLogLevelAndPath("trace", test::ToNarrow(path).c_str());
     std::vector<std::thread> threads;
@@ -43,24 +55,41 @@ Written WriteFromThreads(const std::wstring& path, int lines)
         });
     for (std::thread& thread : threads) thread.join();
     SetLogLevelAndPath("trace", "");
-
-    std::set<std::string> expected;
-    for (int thread = 0; thread < kThreads; ++thread)
-        for (int i = 0; i < lines; ++i) expected.insert(MessageOf(thread, i));
-    Written written{expected.size()};
-    for (const test::LogRecord& record : test::ParseLog(test::ReadWholeFile(path)))
-        ++(expected.erase(record.message) ? written.whole : written.torn);
-    return written;
+    return test::ReadWholeFile(path);
 }
 
 TEST(LogOfManyThreads, TearsNoLineAndLosesAtMostOneInAThousand)
 {
     const test::TempFolder folder;
-    const Written written = WriteFromThreads(folder / L"log.txt", test::Rounds(1000, 10000));
+    const int lines = test::Rounds(1000, 10000);
+    const Written written = Judge(WriteFromThreads(folder / L"log.txt", lines), lines);
     std::printf("%zu lines: %zu whole, %zu torn\n", written.wanted, written.whole, written.torn);
     std::printf("did: log faults: %zu lines of eight threads\n", written.wanted);
     EXPECT_EQ(0u, written.torn);
     EXPECT_LE(written.wanted - written.whole, written.wanted / 1000);
+}
+
+// The plants: a line that lacks a piece, one that another was written into, one that is missing.
+TEST(LogOfManyThreads, ATornAndALostLineWouldBeSeen)
+{
+    constexpr int kLines = 20;
+    const test::TempFolder folder;
+    const std::string bytes = WriteFromThreads(folder / L"log.txt", kLines);
+    const Written good = Judge(bytes, kLines);
+    ASSERT_EQ(good.wanted, good.whole);
+    const std::size_t line = bytes.find("thread 3 line 000007 ");
+    ASSERT_NE(std::string::npos, line);
+    const std::size_t start = bytes.rfind('\n', line) + 1, end = bytes.find('\n', line) + 1;
+    const std::string whole = bytes.substr(start, end - start);
+
+    const Written torn = Judge(std::string(bytes).erase(line, 5), kLines);
+    EXPECT_EQ(1u, torn.torn);
+    EXPECT_EQ(good.whole - 1, torn.whole);
+    const Written mixed = Judge(std::string(bytes).insert(line + 3, whole), kLines);
+    EXPECT_LT(0u, mixed.torn);
+    const Written lost = Judge(std::string(bytes).erase(start, whole.size()), kLines);
+    EXPECT_EQ(0u, lost.torn);
+    EXPECT_EQ(good.whole - 1, lost.whole);
 }
 
 // A pipe as standard output that nobody reads: whoever writes more than it holds stays in the middle of a
