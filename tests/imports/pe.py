@@ -5,7 +5,8 @@ import zlib
 
 PE32_PLUS = 0x20B
 MACHINE_AMD64 = 0x8664
-DIRECTORY_EXPORT, DIRECTORY_IMPORT, DIRECTORY_RESOURCE, DIRECTORY_DELAY_IMPORT = 0, 1, 2, 13
+DIRECTORY_EXPORT, DIRECTORY_IMPORT, DIRECTORY_RESOURCE, DIRECTORY_EXCEPTION, DIRECTORY_DELAY_IMPORT = 0, 1, 2, 3, 13
+CALL = b"\xe8"
 RESOURCE_VERSION = 16
 VERSION_SIGNATURE = struct.pack("<I", 0xFEEF04BD)
 
@@ -41,6 +42,7 @@ class Image:
         self.directories = [self._unpack("II", optional + 112 + 8 * i) for i in range(count)]
         # Names of more than eight characters stand in the string table behind the symbols.
         names = symbols + 18 * symbol_count if symbols else 0
+        self.symbol_table = (symbols, symbol_count if symbols else 0, names)
         self.sections = []
         for i in range(sections):
             raw, size, address, raw_size, offset = self._unpack("8sIIII", optional + optional_size + 40 * i)
@@ -133,6 +135,44 @@ class Image:
                 return f"{high >> 16}.{high & 0xFFFF}.{low >> 16}.{low & 0xFFFF}"
         return None
 
+    def symbols(self):
+        """{address: {name}} of the symbol table; empty in a stripped image."""
+        found = {}
+        table, count, names = self.symbol_table
+        index = 0
+        while index < count:
+            raw, value, section, _, _, further = self._unpack("8sIhHBB", table + 18 * index)
+            if section > 0:
+                zeros, offset = struct.unpack("<II", raw)
+                name = self._text(names + offset) if zeros == 0 else raw.rstrip(b"\0")
+                found.setdefault(self.sections[section - 1][1] + value, set()).add(name.decode())
+            index += 1 + further
+        return found
+
+    def _frame_size(self, unwind):
+        """Bytes that a function's beginning takes from the stack, by its unwind information."""
+        offset = self._offset(unwind)
+        size, index = 0, 0
+        while index < self.data[offset + 2]:
+            code = offset + 4 + 2 * index
+            operation, info = self.data[code + 1] & 15, self.data[code + 1] >> 4
+            index += {1: 3 if info else 2, 4: 2, 5: 3, 8: 2, 9: 3}.get(operation, 1)
+            if operation == 0:
+                size += 8
+            elif operation == 1:
+                size += self._unpack("I", code + 2)[0] if info else 8 * self._unpack("H", code + 2)[0]
+            elif operation == 2:
+                size += 8 * info + 8
+        return size
+
+    def functions(self):
+        """(address, size of the frame, code) of every function that has a frame."""
+        offset = self._directory(DIRECTORY_EXCEPTION)
+        count = self.directories[DIRECTORY_EXCEPTION][1] // 12 if offset else 0
+        for i in range(count):
+            begin, end, unwind = self._unpack("III", offset + 12 * i)
+            yield begin, self._frame_size(unwind), self.data[self._offset(begin):self._offset(begin) + end - begin]
+
     def debug_link(self):
         """File name and checksum of the separate symbol file; nothing when there is no link."""
         for name, _, _, offset, size in self.sections:
@@ -142,6 +182,16 @@ class Image:
                 (checksum,) = self._unpack("I", offset + (len(file) + 4) // 4 * 4)
                 return file.decode(), checksum
         return None
+
+
+def calls_to(code, begin, target):
+    """Whether the code of a function, which stands at `begin`, calls the function at `target`."""
+    at = code.find(CALL)
+    while 0 <= at <= len(code) - 5:
+        if begin + at + 5 + struct.unpack_from("<i", code, at + 1)[0] == target:
+            return True
+        at = code.find(CALL, at + 1)
+    return False
 
 
 def checksum_of(path):
