@@ -166,17 +166,21 @@ std::wstring Repeated(std::wstring_view piece, std::size_t length)
     return text;
 }
 
-double SecondsToRebuild(const std::wstring& list, std::size_t* calls = nullptr)
+// The least of several times, since other programs take their share of the machine: of no more than it needs
+// to be below `enough`.
+template <class Devices = CountingDevices>
+double SecondsToRebuild(const std::wstring& list, double enough, std::size_t& calls)
 {
-    CountingDevices devices;
-    UserTable table;
-    const auto begin = Clock::now();
-    table.Rebuild(list, &devices);
-    const auto end = Clock::now();
-    if (calls) {
-        *calls = devices.calls;
+    double least = 1e9;
+    for (int time = 0; time < 10 && least >= enough; ++time) {
+        Devices devices;
+        UserTable table;
+        const auto begin = Clock::now();
+        table.Rebuild(list, &devices);
+        least = std::min(least, std::chrono::duration<double>(Clock::now() - begin).count());
+        calls = devices.calls;
     }
-    return std::chrono::duration<double>(end - begin).count();
+    return least;
 }
 
 constexpr std::size_t kMegabyte = 1 << 20;
@@ -187,9 +191,8 @@ TEST_P(HostileLists, AMegabyteIsReadWithinASecond)
 {
     const std::wstring list = Repeated(GetParam(), kMegabyte);
     std::size_t calls = 0;
-    const double seconds = SecondsToRebuild(list, &calls);
+    EXPECT_LT(SecondsToRebuild(list, 1.0, calls), 1.0);
     EXPECT_GT(calls, 0u);
-    EXPECT_LT(seconds, 1.0);
 }
 
 // Lists of one mark, of two, and of entries that lack one mark each.
@@ -202,7 +205,7 @@ TEST(UserTableLists, AMegabyteWithOneMarkAtItsFarEndIsReadWithinASecond)
 {
     for (const wchar_t* mark : {L"||", L"&&&", L"/&&&", L"||/&&&"}) {
         std::size_t calls = 0;
-        EXPECT_LT(SecondsToRebuild(std::wstring(kMegabyte, L'a') + mark, &calls), 1.0);
+        EXPECT_LT(SecondsToRebuild(std::wstring(kMegabyte, L'a') + mark, 1.0, calls), 1.0);
         EXPECT_GT(calls, 0u);
     }
 }
@@ -219,32 +222,27 @@ TEST(UserTableLists, FieldsThatAreNotKeptAreNotCopied)
             return infoType == 7 ? L"SOFT" : L"";
         }
     };
-    Soft devices;
-    UserTable table;
     constexpr std::size_t kLength = kMegabyte / 16;
     const std::wstring list = std::wstring(kLength, L'a') + L"/";
-    const auto begin = Clock::now();
+    std::size_t calls = 0;
+    EXPECT_LT(SecondsToRebuild<Soft>(list, 0.15, calls), 0.15);
+    EXPECT_GT(calls, kLength / 2);
+
+    Soft devices;
+    UserTable table;
     table.Rebuild(list, &devices);
-    EXPECT_LT(std::chrono::duration<double>(Clock::now() - begin).count(), 0.15);
-    EXPECT_GT(devices.calls, kLength / 2);
     EXPECT_TRUE(table.All().empty());
 }
 
 TEST(UserTableLists, TheTimeGrowsWithTheListAndNotWithItsSquare)
 {
     for (const wchar_t* piece : {L"Alice||c/SN&&&", L"a||b/c", L"a||b&&&", L"&&&"}) {
-        const auto best = [piece](std::size_t length) {
-            const std::wstring list = Repeated(piece, length);
-            double least = SecondsToRebuild(list);
-            for (int i = 0; i < 4; ++i) {
-                least = std::min(least, SecondsToRebuild(list));
-            }
-            return least;
-        };
-        const double small = best(kMegabyte / 8);
-        const double large = best(kMegabyte);
-        // Eight times the text: a square would take 64 times as long.
-        EXPECT_LT(large, 24 * small + 0.01) << test::Narrowed(piece);
+        std::size_t calls = 0;
+        const double small = SecondsToRebuild(Repeated(piece, kMegabyte / 32), 0, calls);
+        // Thirty-two times the text: a square would take a thousand times as long.
+        const double enough = 180 * small + 0.01;
+        EXPECT_LT(SecondsToRebuild(Repeated(piece, kMegabyte), enough, calls), enough)
+            << test::Narrowed(piece);
     }
 }
 
