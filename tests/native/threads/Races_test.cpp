@@ -179,6 +179,17 @@ TEST(PlantedRaces, AMissingCacheLockIsReported)
         "KZR_PLANT=1 %/kzr_native_threads_tests --gtest_filter=Races.TheCacheIsRebuiltWhileOthersRead");
 }
 
+TEST_F(Races, WaitingForTheBackendWithTheCacheInHandEndsTheProgram)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(
+        {
+            const LockGuard cache = CacheLock().lock();
+            const LockGuard backend = BackendLock().lock();
+        },
+        "g_cacheLock.IsMine");
+}
+
 TEST(PlantedRaces, AListThatIsLinkedWithoutAtomicsIsReported)
 {
     ExpectReported("%/kzr_planted_listeners --gtest_filter=Listeners.AreAddedWhileEventsArrive");
