@@ -61,6 +61,10 @@ kzr_test_program(unit ROOMS fault com log backend cache)
 # Of the objects only the portable part: the rest is tested through the DLL.
 target_sources(kzr_unit_tests PRIVATE ${PROJECT_SOURCE_DIR}/src/objects/Validity.cpp)
 kzr_test_program(component)
+if(KZR_COVERAGE)
+  # Its limits of time are wider.
+  target_compile_definitions(kzr_unit_tests PRIVATE KZR_COVERAGE)
+endif()
 # Hostile callers, backends and moments; tests/support/Rounds.h tells how to have more of them.
 kzr_test_program(hardening)
 if(TARGET kzr_hardening_tests)
