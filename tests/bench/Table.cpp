@@ -1,11 +1,14 @@
 // How the rebuilding of the cache grows with its list, beside the growth of the map's inserts alone.
 #include "Table.h"
 
+#include <algorithm>
 #include <cstdio>
-#include <map>
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "Clock.h"
+#include "Inserts.h"
 #include "cache/UserTable.h"
 
 namespace kzr::bench {
@@ -46,53 +49,65 @@ std::wstring Repeated(const wchar_t* text, int times)
     return all;
 }
 
-double BestOf(int tries, const std::function<void()>& run)
+// The pieces of such a list, each at its fixed place.
+std::vector<EntryTexts> TextsOf(std::wstring_view list)
 {
-    double best = SecondsOf(run);
-    for (int i = 1; i < tries; ++i) best = std::min(best, SecondsOf(run));
-    return best;
+    std::vector<EntryTexts> entries;
+    for (; !list.empty(); list.remove_prefix(46))
+        entries.push_back({list.substr(0, 11), list.substr(13, 16), list.substr(30, 13)});
+    return entries;
 }
 
-double Rebuild(const std::wstring& list, int tries)
+void Rebuild(const std::wstring& list)
 {
     Answers answers;
-    return BestOf(tries, [&] {
-        UserTable table;
-        table.Rebuild(list, &answers);
-    });
+    UserTable table;
+    table.Rebuild(list, &answers);
 }
 
-double Inserts(int entries, int tries)
-{
-    return BestOf(tries, [&] {
-        UserTable::Entries map;
-        for (int i = 0; i < entries; ++i) {
-            const int number = static_cast<int>(static_cast<long long>(i) * 7919 % entries);
-            const std::wstring key = Numbered(L"container", number);
-            const auto place = map.lower_bound(key);
-            map.emplace_hint(
-                place, key,
-                UserEntry{key, Numbered(L"device", number), L"CSP", L"LIB", Numbered(L"user", number)});
-        }
-    });
-}
+// One piece of work in two sizes, the greater one ten times the smaller one.
+struct Sizes {
+    std::string name;
+    std::function<void()> small, large;
+    std::vector<double> smallSeconds{}, largeSeconds{};
 
-void Tell(const char* name, double growth) { std::printf("growth %s %.4f\n", name, growth); }
+    void Run()
+    {
+        smallSeconds.push_back(SecondsOf([this] {
+            for (int i = 0; i < 10; ++i) small();
+        }));
+        largeSeconds.push_back(SecondsOf(large));
+    }
+    void Tell()
+    {
+        std::sort(smallSeconds.begin(), smallSeconds.end());
+        std::sort(largeSeconds.begin(), largeSeconds.end());
+        const std::size_t tenth = smallSeconds.size() / 10;
+        std::printf("time %s.small %.1f\ntime %s.large %.1f\n", name.c_str(), smallSeconds[tenth] * 1e8,
+                    name.c_str(), largeSeconds[tenth] * 1e9);
+        std::printf("growth %s %.4f\n", name.c_str(), largeSeconds[tenth] / smallSeconds[tenth]);
+    }
+};
 
 }  // namespace
 
-void MeasureTable(int tries)
+void MeasureTable(int rounds)
 {
-    Tell("inserts", Inserts(100000, tries) / Inserts(10000, tries) / 10);
-    Tell("rebuild", Rebuild(ListOf(100000), tries) / Rebuild(ListOf(10000), tries) / 10);
+    const std::wstring small = ListOf(10000), large = ListOf(100000);
+    const std::vector<EntryTexts> smallTexts = TextsOf(small), largeTexts = TextsOf(large);
+    std::vector<Sizes> cases = {{"inserts", [&] { InsertAll(smallTexts); }, [&] { InsertAll(largeTexts); }}};
     // Marks that are missing, in every combination that keeps the walk going.
-    const wchar_t* const hostile[] = {L"a", L"u||", L"u||c/", L"&&&", L"||&&&", L"/"};
-    int number = 0;
-    for (const wchar_t* text : hostile) {
-        char name[32];
-        std::snprintf(name, sizeof(name), "hostile%d", ++number);
-        Tell(name, Rebuild(Repeated(text, 100000), tries) / Rebuild(Repeated(text, 10000), tries) / 10);
+    for (const wchar_t* text : {L"a", L"u||", L"u||c/", L"&&&", L"||&&&", L"/"}) {
+        const std::wstring few = Repeated(text, 10000), many = Repeated(text, 100000);
+        cases.push_back(
+            {"hostile" + std::to_string(cases.size()), [few] { Rebuild(few); }, [many] { Rebuild(many); }});
     }
+    // Halfway round, so that neither of the two follows the other, whose blocks have just gone back to the
+    // heap.
+    cases.insert(cases.begin() + 4, {"rebuild", [&] { Rebuild(small); }, [&] { Rebuild(large); }});
+    for (std::size_t round = 0; round < static_cast<std::size_t>(rounds); ++round)
+        for (std::size_t i = 0; i < cases.size(); ++i) cases[(i + round) % cases.size()].Run();
+    for (Sizes& each : cases) each.Tell();
     std::fflush(stdout);
 }
 

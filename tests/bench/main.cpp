@@ -381,7 +381,7 @@ int Run(const std::wstring& part)
     else if (part == L"load")
         MeasureLoad();
     else if (part == L"table")
-        MeasureTable(isShort ? 2 : 7);
+        MeasureTable(isShort ? 5 : 40);
     else if (part == L"growth")
         MeasureGrowth(isShort ? 50000 : 1000000, isShort ? 60 : 300);
     else if (part == L"exact")
