@@ -6,6 +6,7 @@
 
 #include "com/Error.h"
 #include "com/Interfaces.h"
+#include "server/FailureCodes.h"
 #include "server/PlugWatch.h"
 
 namespace kzr::softkey {
@@ -50,18 +51,25 @@ STDMETHODIMP_(ULONG) Control::Release()
 
 STDMETHODIMP Control::SetClientSite(IOleClientSite* site)
 {
-    ForeignPtr<IOleClientSite> given(site);
-    // The old one is let go of after the lock: its end may come back here.
-    const Hold held(m_lock);
-    std::swap(m_site, given);
-    return S_OK;
+    return AtBoundary([&]() -> HRESULT {
+        Kept<IOleClientSite> given;
+        if (site) given = std::make_shared<const ForeignPtr<IOleClientSite>>(site);
+        // The old one is let go of after the lock: its end may come back here.
+        const Hold held(m_lock);
+        std::swap(m_site, given);
+        return S_OK;
+    });
 }
 
 STDMETHODIMP Control::GetClientSite(IOleClientSite** site)
 {
     if (!site) return E_POINTER;
-    const Hold held(m_lock);
-    *site = ForeignPtr<IOleClientSite>(m_site).Detach();
+    Kept<IOleClientSite> kept;
+    {
+        const Hold held(m_lock);
+        kept = m_site;
+    }
+    *site = kept ? ForeignPtr<IOleClientSite>(*kept).Detach() : nullptr;
     return S_OK;
 }
 

@@ -7,6 +7,7 @@
 #include <ocidl.h>
 #include <oleidl.h>
 
+#include <memory>
 #include <vector>
 
 #include "com/ComPtr.h"
@@ -68,9 +69,13 @@ class Control final : public IDispatch,
     STDMETHODIMP EnumConnections(IEnumConnections**) override { return E_NOTIMPL; }
 
   private:
+    // Shared, so that it can be copied under the lock: the client counts outside of it.
+    template <class T>
+    using Kept = std::shared_ptr<const ForeignPtr<T>>;
+
     struct Connection {
         DWORD cookie;
-        ForeignPtr<IDispatch> sink;
+        Kept<IDispatch> sink;
     };
 
     Control() noexcept = default;
@@ -85,7 +90,7 @@ class Control final : public IDispatch,
     ControlState m_state;
     std::shared_ptr<EventWindow> m_window;
     Mutex m_lock;  // the site and the connections
-    ForeignPtr<IOleClientSite> m_site;
+    Kept<IOleClientSite> m_site;
     std::vector<Connection> m_connections;
     DWORD m_lastCookie = 0;
     ModuleReference m_module;

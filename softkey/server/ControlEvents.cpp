@@ -46,11 +46,12 @@ STDMETHODIMP Control::Advise(IUnknown* sink, DWORD* cookie)
             if (!asked) CallForeign([&] { return sink->QueryInterface(*iid, asked.putVoid()); });
         }
         if (!asked) return CONNECT_E_CANNOTCONNECT;
+        const auto kept = std::make_shared<const ForeignPtr<IDispatch>>(std::move(asked));
         bool first = false;
         {
             const Hold held(m_lock);
             // A cookie is never used twice, so an old one cannot end somebody else's connection.
-            m_connections.push_back({++m_lastCookie, std::move(asked)});
+            m_connections.push_back({++m_lastCookie, kept});
             *cookie = m_lastCookie;
             first = m_connections.size() == 1;
         }
@@ -66,7 +67,7 @@ STDMETHODIMP Control::Advise(IUnknown* sink, DWORD* cookie)
 
 STDMETHODIMP Control::Unadvise(DWORD cookie)
 {
-    ForeignPtr<IDispatch> gone;
+    Kept<IDispatch> gone;
     bool last = false;
     {
         const Hold held(m_lock);
@@ -111,7 +112,7 @@ void Control::OnPlugEvent(const PlugEvent& event)
     const DISPID id = event.plugged ? kKeyPlugged : kKeyPulled;
     for (const Connection& each : connections) {
         if (!IsConnected(each.cookie)) continue;
-        IDispatch* const sink = each.sink.Get();
+        IDispatch* const sink = each.sink->Get();
         CallForeignQuietly(
             [&] {
                 return sink->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters, nullptr,

@@ -7,7 +7,7 @@
 
 namespace kzr::softkey {
 
-// Not re-entrant. None is held while code of a client or of another lock's holder runs.
+// Not re-entrant, and none is held while a client's code runs, the counting of its references included.
 class Mutex {
   public:
     constexpr Mutex() noexcept = default;

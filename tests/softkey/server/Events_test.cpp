@@ -1,6 +1,8 @@
 // Plugging and pulling as clients of the server hear of it.
 #include <olectl.h>
 
+#include <chrono>
+#include <future>
 #include <thread>
 
 #include "softkey/server/ServerTest.h"
@@ -27,6 +29,8 @@ class ServerEvents : public ServerTest {
     {
         return PumpUntil([&] { return sink.events.size() >= count; });
     }
+
+    std::vector<std::future<void>> waiting;
 };
 
 TEST_F(ServerEvents, PullingAndPluggingAreToldInTheirOrderOnTheThreadOfTheControl)
@@ -149,22 +153,65 @@ TEST_F(ServerEvents, AControlThatGoesLetsGoOfItsSinksAndItsSite)
     EXPECT_EQ(0u, sink.events.size());
 }
 
+// Of a client site nothing is ever called here but its references.
+class Site final : public IOleClientSite {
+  public:
+    ULONG references = 0;
+    std::function<void()> whenCounted;
+    STDMETHODIMP QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+    STDMETHODIMP_(ULONG) AddRef() override
+    {
+        if (whenCounted) whenCounted();
+        return ++references;
+    }
+    STDMETHODIMP_(ULONG) Release() override
+    {
+        if (whenCounted) whenCounted();
+        return --references;
+    }
+    STDMETHODIMP SaveObject() override { return E_NOTIMPL; }
+    STDMETHODIMP GetMoniker(DWORD, DWORD, IMoniker**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetContainer(IOleContainer**) override { return E_NOTIMPL; }
+    STDMETHODIMP ShowObject() override { return E_NOTIMPL; }
+    STDMETHODIMP OnShowWindow(BOOL) override { return E_NOTIMPL; }
+    STDMETHODIMP RequestNewObjectLayout() override { return E_NOTIMPL; }
+};
+
+TEST_F(ServerEvents, WhileAClientCountsItsReferencesOthersMayCallTheControl)
+{
+    ComPtr<IOleObject> ole;
+    ASSERT_EQ(S_OK, control->QueryInterface(IID_IOleObject, ole.putVoid()));
+    const ComPtr<IConnectionPoint> point = PointOf(control.Get());
+    int counted = 0, kept = 0;
+    // Another thread, since it could wait for a lock that this one holds.
+    const auto look = [&] {
+        ++counted;
+        auto other = std::async(std::launch::async, [&] { point->Unadvise(~0u); });
+        if (other.wait_for(std::chrono::seconds(2)) != std::future_status::ready) ++kept;
+        // Nobody can end it: it goes when this call returns.
+        waiting.push_back(std::move(other));
+    };
+    {
+        Sink sink;
+        Site site;
+        const DWORD cookie = Advise(sink);
+        sink.whenCounted = site.whenCounted = look;
+        EXPECT_EQ(S_OK, ole->SetClientSite(&site));
+        IOleClientSite* asked = nullptr;
+        EXPECT_EQ(S_OK, ole->GetClientSite(&asked));
+        if (asked) asked->Release();
+        home->Pull("SN01");
+        EXPECT_TRUE(Wait(sink, 1));
+        EXPECT_EQ(S_OK, ole->SetClientSite(nullptr));
+        Unadvise(cookie);
+        waiting.clear();
+    }
+    EXPECT_GE(counted, 5);
+    EXPECT_EQ(0, kept) << "a lock was held";
+}
+
 TEST_F(ServerEvents, TheSiteIsHeldUntilAnotherOneComes)
 {
-    // Of a client site nothing is ever called here but its references.
-    class Site final : public IOleClientSite {
-      public:
-        ULONG references = 0;
-        STDMETHODIMP QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-        STDMETHODIMP_(ULONG) AddRef() override { return ++references; }
-        STDMETHODIMP_(ULONG) Release() override { return --references; }
-        STDMETHODIMP SaveObject() override { return E_NOTIMPL; }
-        STDMETHODIMP GetMoniker(DWORD, DWORD, IMoniker**) override { return E_NOTIMPL; }
-        STDMETHODIMP GetContainer(IOleContainer**) override { return E_NOTIMPL; }
-        STDMETHODIMP ShowObject() override { return E_NOTIMPL; }
-        STDMETHODIMP OnShowWindow(BOOL) override { return E_NOTIMPL; }
-        STDMETHODIMP RequestNewObjectLayout() override { return E_NOTIMPL; }
-    };
     Site first, second;
     ComPtr<IOleObject> ole;
     ASSERT_EQ(S_OK, control->QueryInterface(IID_IOleObject, ole.putVoid()));

@@ -29,6 +29,7 @@ class Sink final : public IDispatch {
     // A script host's sink knows only IDispatch.
     bool isBare = false;
     std::function<void()> during;
+    std::function<void()> whenCounted;
     std::vector<Event> events;
 
     ULONG References() const { return m_references; }
@@ -41,8 +42,16 @@ class Sink final : public IDispatch {
         if (known) AddRef();
         return known ? S_OK : E_NOINTERFACE;
     }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-    STDMETHODIMP_(ULONG) Release() override { return --m_references; }
+    STDMETHODIMP_(ULONG) AddRef() override
+    {
+        if (whenCounted) whenCounted();
+        return ++m_references;
+    }
+    STDMETHODIMP_(ULONG) Release() override
+    {
+        if (whenCounted) whenCounted();
+        return --m_references;
+    }
     STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
     STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
     STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
