@@ -16,7 +16,12 @@ class FileLock {
     FileLock(const FileLock&) = delete;
     FileLock& operator=(const FileLock&) = delete;
 
+    // The files go with this lock, until somebody takes it again: it is the open file that locks, and nobody
+    // has a second one of that name.
+    void RemoveFiles() const noexcept;
+
   private:
+    const std::string m_path;
     // A file handle of the platform, whose header stays out of here.
     void* const m_file;
 };

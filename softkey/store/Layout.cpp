@@ -31,8 +31,10 @@ StoreLock::StoreLock(const std::string& root) : m_lock(root + "\\store.lock") {}
 KeyLock::KeyLock(const std::string& folder)
     : m_lock(RootOf(folder) + "\\locks\\" + SerialNumberOf(folder) + ".lock")
 {
-    if (!IsComplete(folder))
-        throw Failure(Cause::UnknownKey, "the key " + SerialNumberOf(folder) + " is not there any more");
+    if (IsComplete(folder)) return;
+    // Of a key that was deleted while somebody waited, or still has it, nothing may stay.
+    m_lock.RemoveFiles();
+    throw Failure(Cause::UnknownKey, "the key " + SerialNumberOf(folder) + " is not there any more");
 }
 
 void CheckContainerIsNew(const std::string& root, const std::string& container)

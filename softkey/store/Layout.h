@@ -1,7 +1,9 @@
 // Where things lie in a store, and the lock under which one key is read and written.
 //   keys\SN\      key.json  pin.json  containers\  data\        plugged
 //   parked\SN\    the same, unplugged
-//   locks\        two files a key: outside of its folder, which cannot be renamed while a file in it is open
+//   locks\        two files a key, which go with it; outside of its folder, since no folder can be renamed
+//   while
+//                 a file in it is open
 //   making\       what is being made or removed; cleaned by the next who takes store.lock
 //   trust\        certificates and revocation lists
 #pragma once
@@ -43,6 +45,8 @@ class StoreLock {
 class KeyLock {
   public:
     explicit KeyLock(const std::string& folder);
+    // For who removes the key.
+    void RemoveFiles() const noexcept { m_lock.RemoveFiles(); }
 
   private:
     const FileLock m_lock;

@@ -243,6 +243,7 @@ void Store::Delete(std::string_view serialNumber)
             const KeyLock keyLock(folder + "\\" + name);
             // From here on the key is gone, however long removing its files takes.
             MoveFolder(folder + "\\" + name, grave);
+            keyLock.RemoveFiles();
         }
         RemoveFolder(grave);
         return;

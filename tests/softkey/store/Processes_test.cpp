@@ -137,6 +137,28 @@ KZR_CHILD(HoldsTheLock)
     return 0;
 }
 
+// Takes a lock and has its files removed, again and again; ends with 1 when it was not alone.
+KZR_CHILD(RemovesTheLock)
+{
+    const std::string folder = EnvironmentText(kFolderVariable) + "\\locks";
+    for (int i = 0; i < 150; ++i) {
+        const FileLock lock(folder + "\\SN01.lock");
+        const UniqueFile inside(CreateFileW(ToWide(folder + "\\inside").c_str(), GENERIC_WRITE, 0, nullptr,
+                                            CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+        if (!inside) return 1;
+        if (i % 3 != 0) lock.RemoveFiles();
+    }
+    return 0;
+}
+
+TEST_F(Processes, ALockWhoseFilesGoStillHasOneHolderAtATime)
+{
+    const auto first = Start("RemovesTheLock"), second = Start("RemovesTheLock"),
+               third = Start("RemovesTheLock");
+    for (const auto* child : {&first, &second, &third}) EXPECT_EQ((*child)->Wait(), 0u) << (*child)->Errors();
+    EXPECT_EQ(FilesIn(PathOf("locks")), std::vector<std::string>{});
+}
+
 TEST_F(Processes, ALockIsFreeWhenItsHolderWasKilled)
 {
     const Device device = MakeKey(m_store);

@@ -217,7 +217,11 @@ TEST_F(StoreTest, ADeletedKeyLeavesNothingBehind)
     EXPECT_FALSE(Exists("keys\\SN01"));
     EXPECT_FALSE(Exists("parked\\SN02"));
     EXPECT_TRUE(Leftovers().empty());
+    EXPECT_EQ(FilesIn(PathOf("locks")), Names{});
     EXPECT_EQ(CauseOf([&] { m_store.Delete("SN01"); }), Cause::UnknownKey);
+    // Whoever still has it asks for its lock.
+    EXPECT_EQ(CauseOf([&] { device.TriesLeft(); }), Cause::UnknownKey);
+    EXPECT_EQ(FilesIn(PathOf("locks")), Names{});
     MakeKey(m_store);
     EXPECT_FALSE(m_store.Find("SN01")->ReadData("file"));
 }
