@@ -56,10 +56,11 @@ Answer GetDeviceInfo(const Arguments& arguments, ControlState&)
 Answer Login(const Arguments& arguments, ControlState&)
 {
     const Selected selected = Select(arguments.Text(0));
+    const std::string plugging = selected.device.Plugging();
     Secret deviceKey;
     const PinAnswer answer = selected.device.Login(arguments.Text(1), deviceKey);
     if (answer.result == PinResult::Right) {
-        PlugWatch::BeginLogin(selected.SerialNumber(), std::move(deviceKey));
+        PlugWatch::BeginLogin(selected.SerialNumber(), plugging, std::move(deviceKey));
         // Pulled meanwhile: nobody may have watched yet.
         FindDevice(OpenStore(), selected.SerialNumber());
     }

@@ -27,9 +27,20 @@ Immortal<std::unique_ptr<Watch>> g_watch;  // under g_changing
 Mutex g_windowsLock;
 Immortal<std::vector<std::shared_ptr<EventWindow>>> g_windows;
 
-void Tell(const PlugEvent& event)
+// What is told may be long past: the key back, and somebody logged in to it anew.
+void EndLogin(const std::string& root, const std::string& serialNumber) noexcept
 {
-    if (!event.plugged) Sessions::End(event.serialNumber);
+    try {
+        const auto device = Store(root).Find(serialNumber);
+        if (device) return Sessions::EndOther(serialNumber, device->Plugging());
+    } catch (...) {  // a key that cannot be read is none
+    }
+    Sessions::End(serialNumber);
+}
+
+void Tell(const std::string& root, const PlugEvent& event)
+{
+    if (!event.plugged) EndLogin(root, event.serialNumber);
     std::vector<std::shared_ptr<EventWindow>> windows;
     {
         const Hold held(g_windowsLock);
@@ -45,9 +56,10 @@ void BeginWatch()
     if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
                             reinterpret_cast<const wchar_t*>(ThisModule()), watch->loaded.put()))
         throw ComError(HRESULT_FROM_WIN32(GetLastError()));
-    watch->watcher.emplace(Store(Store::DefaultRoot()).Root(), [](const PlugEvent& event) {
+    const std::string root = Store(Store::DefaultRoot()).Root();
+    watch->watcher.emplace(root, [root](const PlugEvent& event) {
         try {
-            Tell(event);
+            Tell(root, event);
         } catch (...) {
             // Without memory an event is lost; the watch goes on.
         }
@@ -75,11 +87,11 @@ void PlugWatch::Connect(const std::shared_ptr<EventWindow>& window)
     g_windows->push_back(window);
 }
 
-void PlugWatch::BeginLogin(const std::string& serialNumber, Secret deviceKey)
+void PlugWatch::BeginLogin(const std::string& serialNumber, const std::string& plugging, Secret deviceKey)
 {
     const Hold held(g_changing);
     BeginWatch();
-    Sessions::Begin(serialNumber, std::move(deviceKey));
+    Sessions::Begin(serialNumber, plugging, std::move(deviceKey));
 }
 
 void PlugWatch::Disconnect(const EventWindow& window) noexcept

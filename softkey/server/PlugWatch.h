@@ -17,7 +17,7 @@ class PlugWatch {
   public:
     // Each throws when the watch cannot begin; then nothing was added.
     static void Connect(const std::shared_ptr<EventWindow>& window);
-    static void BeginLogin(const std::string& serialNumber, Secret deviceKey);
+    static void BeginLogin(const std::string& serialNumber, const std::string& plugging, Secret deviceKey);
 
     static void Disconnect(const EventWindow& window) noexcept;
     // Ends a watch that nobody needs any more: the login that it served may have gone by itself.

@@ -17,7 +17,7 @@ Device FindDevice(const Store& store, const std::string& serialNumber)
 
 KeyHandle Selected::PrivateKey(Pair pair) const
 {
-    return device.PrivateKey(Sessions::DeviceKey(SerialNumber()), container.name, pair);
+    return device.PrivateKey(Sessions::DeviceKey(SerialNumber(), device.Plugging()), container.name, pair);
 }
 
 Selected Select(const std::string& id)

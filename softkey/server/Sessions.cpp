@@ -12,14 +12,27 @@ namespace kzr::softkey {
 namespace {
 
 Mutex g_lock;
-Immortal<std::map<std::string, Secret, std::less<>>> g_keys;
+
+struct Session {
+    std::string plugging;
+    Secret deviceKey;
+};
+
+Immortal<std::map<std::string, Session, std::less<>>> g_keys;
 
 }  // namespace
 
-void Sessions::Begin(std::string_view serialNumber, Secret deviceKey)
+void Sessions::Begin(std::string_view serialNumber, const std::string& plugging, Secret deviceKey)
 {
     const Hold held(g_lock);
-    g_keys->insert_or_assign(std::string(serialNumber), std::move(deviceKey));
+    g_keys->insert_or_assign(std::string(serialNumber), Session{plugging, std::move(deviceKey)});
+}
+
+void Sessions::EndOther(std::string_view serialNumber, std::string_view plugging) noexcept
+{
+    const Hold held(g_lock);
+    const auto found = g_keys->find(serialNumber);
+    if (found != g_keys->end() && found->second.plugging != plugging) g_keys->erase(found);
 }
 
 void Sessions::End(std::string_view serialNumber) noexcept
@@ -41,13 +54,14 @@ bool Sessions::Any() noexcept
     return !g_keys->empty();
 }
 
-Secret Sessions::DeviceKey(std::string_view serialNumber)
+Secret Sessions::DeviceKey(std::string_view serialNumber, std::string_view plugging)
 {
+    EndOther(serialNumber, plugging);
     const Hold held(g_lock);
     const auto found = g_keys->find(serialNumber);
     if (found == g_keys->end())
         throw Failure(Cause::NotLoggedIn, "nobody has logged in to " + std::string(serialNumber));
-    return found->second;
+    return found->second.deviceKey;
 }
 
 }  // namespace kzr::softkey

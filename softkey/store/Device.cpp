@@ -98,6 +98,13 @@ int Device::AdminTriesLeft() const
     return ReadPins(m_folder).admin.left;
 }
 
+// Without the lock: it is written while the key is parked.
+std::string Device::Plugging() const
+{
+    const auto content = ReadFileIfThere(PluggingFile(m_folder), kRecordLimit);
+    return content ? std::string(TextOf(*content)) : std::string();
+}
+
 KeyHandle Device::PrivateKey(const Secret& deviceKey, const std::string& container, Pair pair) const
 {
     const KeyLock lock(m_folder);

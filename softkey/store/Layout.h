@@ -1,5 +1,5 @@
 // Where things lie in a store, and the lock under which one key is read and written.
-//   keys\SN\      key.json  pin.json  containers\  data\        plugged
+//   keys\SN\      key.json  pin.json  plugging  containers\  data\        plugged
 //   parked\SN\    the same, unplugged
 //   locks\        two files a key, which go with it; outside of its folder, since no folder can be renamed
 //   while
@@ -20,6 +20,7 @@ inline std::string MakingFolder(const std::string& root) { return root + "\\maki
 inline std::string TrustFolder(const std::string& root) { return root + "\\trust"; }
 
 inline std::string DescriptionFile(const std::string& folder) { return folder + "\\key.json"; }
+inline std::string PluggingFile(const std::string& folder) { return folder + "\\plugging"; }
 inline std::string PinFile(const std::string& folder) { return folder + "\\pin.json"; }
 inline std::string ContainersFolder(const std::string& folder) { return folder + "\\containers"; }
 std::string ContainerFile(const std::string& folder, const std::string& container);

@@ -91,11 +91,15 @@ void CleanMakingFolder(const std::string& root)
     }
 }
 
-void Move(const std::string& serialNumber, const std::string& from, const std::string& to)
+void Move(const std::string& root, const std::string& serialNumber, bool plugs)
 {
+    const std::string from = plugs ? ParkedFolder(root) : KeysFolder(root);
+    const std::string to = plugs ? KeysFolder(root) : ParkedFolder(root);
     if (FolderExists(to + "\\" + serialNumber))
         throw Failure(Cause::BadArgument, "the store has two keys " + serialNumber + ": remove one by hand");
     const KeyLock lock(from + "\\" + serialNumber);
+    // However fast it goes and comes, whoever was logged in can tell.
+    if (plugs) WriteWholeFile(PluggingFile(from + "\\" + serialNumber), ViewOf(HexUpper(RandomBytes(16))));
     MoveFolder(from + "\\" + serialNumber, to + "\\" + serialNumber);
 }
 
@@ -218,7 +222,7 @@ void Store::Plug(std::string_view serialNumber)
     if (Find(serialNumber)) return;
     if (!IsSerialNumber(serialNumber) || !HasFolder(ParkedFolder(m_root), serialNumber))
         throw UnknownKey(serialNumber);
-    Move(std::string(serialNumber), ParkedFolder(m_root), KeysFolder(m_root));
+    Move(m_root, std::string(serialNumber), true);
 }
 
 void Store::Unplug(std::string_view serialNumber)
@@ -227,7 +231,7 @@ void Store::Unplug(std::string_view serialNumber)
     if (FindParked(serialNumber)) return;
     if (!IsSerialNumber(serialNumber) || !HasFolder(KeysFolder(m_root), serialNumber))
         throw UnknownKey(serialNumber);
-    Move(std::string(serialNumber), KeysFolder(m_root), ParkedFolder(m_root));
+    Move(m_root, std::string(serialNumber), false);
 }
 
 void Store::Delete(std::string_view serialNumber)

@@ -54,6 +54,10 @@ class Device {
     PinAnswer ChangeAdminPin(std::string_view oldPin, std::string_view newPin) const;
     int AdminTriesLeft() const;
 
+    // Another text each time that the key is plugged; "" for one that never was, and for one that is pulled.
+    // A login is good for the plugging in which it was made, which is asked for before the PIN is tried.
+    std::string Plugging() const;
+
     KeyHandle PrivateKey(const Secret& deviceKey, const std::string& container, Pair pair) const;
 
     void AddContainer(const Secret& deviceKey, const NewContainer& container) const;

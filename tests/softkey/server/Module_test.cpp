@@ -1,5 +1,7 @@
 // The module comes and goes in a process that lives on, and leaves nothing behind; and many threads use it at
 // once.
+#include <openssl/crypto.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <thread>
@@ -44,6 +46,8 @@ bool UseItOnAThreadThatEnds(const TestDll& dll, const SoftKeyHome& home)
         CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
         done = UseTheModule(dll, home);
         CoUninitialize();
+        // This program's own copy of the library, by which the store plugs keys.
+        OPENSSL_thread_stop();
     }).join();
     return done;
 }

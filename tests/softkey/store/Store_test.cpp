@@ -1,4 +1,6 @@
 // Keys in the store: made, found, plugged, pulled, described, removed.
+#include <set>
+
 #include "base/Wide.h"
 #include "softkey/core/TestAuthorities.h"
 #include "softkey/store/StoreTest.h"
@@ -167,6 +169,22 @@ TEST_F(StoreTest, APulledKeyComesBackAsItWas)
     m_store.Plug("SN01");
     EXPECT_EQ(ContainerNames(device), Names{"c1"});
     LogIn(device);
+}
+
+TEST_F(StoreTest, EachPluggingIsAnotherOne)
+{
+    const Device device = MakeKey(m_store);
+    std::set<std::string> seen{device.Plugging()};
+    for (int i = 0; i < 5; ++i) {
+        m_store.Unplug("SN01");
+        EXPECT_EQ(device.Plugging(), "");
+        m_store.Plug("SN01");
+        EXPECT_TRUE(seen.insert(device.Plugging()).second);
+        // One that changes nothing is none.
+        m_store.Plug("SN01");
+        EXPECT_TRUE(seen.contains(device.Plugging()));
+    }
+    EXPECT_TRUE(Leftovers().empty());
 }
 
 TEST_F(StoreTest, EverythingOnAPulledKeySaysThatItIsNotThere)
