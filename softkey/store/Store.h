@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "store/Pin.h"
@@ -80,9 +81,10 @@ class Device {
     DeviceDescription m_description;
 };
 
+// The caller's texts: nothing here keeps them.
 struct Pins {
-    std::string user;  // 4 to 32 bytes of UTF-8
-    std::string admin;
+    std::string_view user;  // 4 to 32 bytes of UTF-8
+    std::string_view admin;
     int tries = 10;
 };
 

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "ExitCodes.h"
+#include "GivenSecrets.h"
 
 namespace kzr::softkey::tool {
 namespace {
@@ -40,7 +41,11 @@ Example:
 
 class Definition {
   public:
-    explicit Definition(CommandLine& line) : m_line(line), m_options(line.options) { Define(); }
+    Definition(CommandLine& line, GivenSecrets& secrets)
+        : m_line(line), m_options(line.options), m_secrets(secrets)
+    {
+        Define();
+    }
     CLI::App& App() { return m_app; }
 
   private:
@@ -64,6 +69,17 @@ class Definition {
                              const char* type = "TEXT")
     {
         return *command.add_option(name, target, help)->type_name(type);
+    }
+
+    // A PIN or password. Its option's name ends with one of these words: GivenSecrets looks for them.
+    void Hidden(CLI::App& command, const std::string& name, std::optional<Secret>& target, const char* help,
+                const char* type)
+    {
+        command
+            .add_option_function<std::string>(
+                name, [this, name, &target](const std::string& text) { target = m_secrets.Take(name, text); },
+                help)
+            ->type_name(type);
     }
 
     // The values stand in the help, and in the sentence that refuses others: the parser's own names numbers
@@ -125,6 +141,7 @@ class Definition {
 
     CommandLine& m_line;
     Options& m_options;
+    GivenSecrets& m_secrets;
     CLI::App m_app{
         "Makes software keys with users and certificates, and plugs and pulls them. A software key is no\n"
         "substitute for hardware: it is for development, demonstration, training and tests.",
@@ -160,9 +177,9 @@ void Definition::DefineCreate()
     create.add_option("SN", m_options.serialNumber, "Serial number; one is made up when none is given");
     User(create, "--sm2", KeyType::Sm2, "A user with SM2 certificates of the test CA; may be repeated");
     User(create, "--rsa", KeyType::Rsa, "The same with RSA");
-    Text(create, "--pin", m_options.pin, "The user's PIN, 4 to 32 bytes", "PIN");
-    Text(create, "--admin-pin", m_options.adminPin, "The administrator's PIN, which unblocks the user's",
-         "PIN");
+    Hidden(create, "--pin", m_options.pin, "The user's PIN, 4 to 32 bytes", "PIN");
+    Hidden(create, "--admin-pin", m_options.adminPin, "The administrator's PIN, which unblocks the user's",
+           "PIN");
     Number(create, "--tries", m_options.tries, 1, 100, "Wrong PINs in a row that lock, 1 to 100");
     Text(create, "--device-type", m_options.device.type, "Type of the device").capture_default_str();
     Text(create, "--library", m_options.device.extensionLibrary, "Name of the vendor's library")
@@ -184,13 +201,13 @@ void Definition::DefineImport()
                                Import, "Example: softkey import DEMO0001 alice.p12 --user Alice --trust");
     SerialNumber(import);
     Text(import, "FILE", m_options.input, "The file with the signing pair", "FILE").required();
-    Text(import, "--password", m_options.password, "Its password");
+    Hidden(import, "--password", m_options.password, "Its password", "TEXT");
     Text(import, "--exchange", m_options.exchangeInput, "Another file, with the exchange pair", "FILE");
-    Text(import, "--exchange-password", m_options.exchangePassword, "Its password");
+    Hidden(import, "--exchange-password", m_options.exchangePassword, "Its password", "TEXT");
     Text(import, "--user", m_options.user, "Name of the user (otherwise the certificate's)", "NAME");
     Text(import, "--container", m_options.container, "Name of the container (otherwise made from SN)",
          "NAME");
-    Text(import, "--pin", m_options.pin, "The key's PIN", "PIN");
+    Hidden(import, "--pin", m_options.pin, "The key's PIN", "PIN");
     import.add_flag("--trust", m_options.trust, "Trust the chain in the file from now on");
 }
 
@@ -217,14 +234,14 @@ void Definition::DefinePins()
     CLI::App& set = Command(*pin, "set", "Changes the PIN, by the old one", SetPin,
                             "Example: softkey pin set DEMO0001        (asks for both PINs)");
     SerialNumber(set);
-    Text(set, "--pin", m_options.pin, "The old PIN", "PIN");
-    Text(set, "--admin-pin", m_options.adminPin, "The administrator's old PIN, with --admin", "PIN");
-    Text(set, "--new-pin", m_options.newPin, "The new PIN, 4 to 32 bytes", "PIN");
+    Hidden(set, "--pin", m_options.pin, "The old PIN", "PIN");
+    Hidden(set, "--admin-pin", m_options.adminPin, "The administrator's old PIN, with --admin", "PIN");
+    Hidden(set, "--new-pin", m_options.newPin, "The new PIN, 4 to 32 bytes", "PIN");
     set.add_flag("--admin", m_options.administrator, "Change the administrator's PIN");
     CLI::App& unblock = Command(*pin, "unblock", "Sets a new PIN, by the administrator's", UnblockPin);
     SerialNumber(unblock);
-    Text(unblock, "--admin-pin", m_options.adminPin, "The administrator's PIN", "PIN");
-    Text(unblock, "--new-pin", m_options.newPin, "The new PIN, 4 to 32 bytes", "PIN");
+    Hidden(unblock, "--admin-pin", m_options.adminPin, "The administrator's PIN", "PIN");
+    Hidden(unblock, "--new-pin", m_options.newPin, "The new PIN, 4 to 32 bytes", "PIN");
 }
 
 void Definition::DefineCertificates()
@@ -271,10 +288,12 @@ void Definition::DefineRegistering()
 
 }  // namespace
 
-CommandLine ReadCommandLine(std::vector<std::string> arguments)
+CommandLine ReadCommandLine(std::span<const wchar_t* const> given)
 {
     CommandLine line;
-    Definition definition(line);
+    GivenSecrets secrets;
+    std::vector<std::string> arguments = secrets.TakeFrom(given);
+    Definition definition(line, secrets);
     // The parser may have stopped before it came to it.
     const bool json = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
     std::reverse(arguments.begin(), arguments.end());

@@ -2,8 +2,7 @@
 #pragma once
 
 #include <functional>
-#include <string>
-#include <vector>
+#include <span>
 
 #include "Commands.h"
 
@@ -15,7 +14,7 @@ struct CommandLine {
     int exitCode = 0;                               // then
 };
 
-// `arguments` in UTF-8, without the program's name.
-CommandLine ReadCommandLine(std::vector<std::string> arguments);
+// Without the program's name.
+CommandLine ReadCommandLine(std::span<const wchar_t* const> arguments);
 
 }  // namespace kzr::softkey::tool

@@ -43,16 +43,16 @@ void Write(DWORD which, std::string_view text)
 
 // Up to the next line end; a line of a pipe is read byte by byte, since what follows is for whoever asks
 // next.
-std::string ReadLine()
+Secret ReadLine()
 {
     const HANDLE stream = GetStdHandle(STD_INPUT_HANDLE);
-    std::string line;
+    Secret line;
     bool any = false;
     if (IsConsole(stream)) {
         wchar_t buffer[512];
         DWORD read = 0;
         any = ReadConsoleW(stream, buffer, 512, &read, nullptr) && read > 0;
-        line = ToUtf8({buffer, read});
+        line = ToSecret({buffer, read});
         SecureZeroMemory(buffer, sizeof buffer);
     } else {
         char byte = 0;
@@ -60,7 +60,7 @@ std::string ReadLine()
         while (ReadFile(stream, &byte, 1, &read, nullptr) && read == 1) {
             any = true;
             if (byte == '\n') break;
-            line += byte;
+            line.push_back(static_cast<std::uint8_t>(byte));
         }
     }
     if (!any) throw ToolError(kUsage, "a PIN or an answer is missing: none was given and none can be read");
@@ -103,13 +103,14 @@ bool IsInteractive() { return IsConsole(GetStdHandle(STD_INPUT_HANDLE)); }
 std::string AskLine(std::string_view question)
 {
     if (IsInteractive()) PrintError(std::string(question) + " ");
-    return ReadLine();
+    const Secret line = ReadLine();
+    return std::string(TextOf(line));
 }
 
-std::string AskSecret(std::string_view question)
+Secret AskSecret(std::string_view question)
 {
     if (IsInteractive()) PrintError(std::string(question) + ": ");
-    std::string secret;
+    Secret secret;
     {
         const Hidden hidden;
         secret = ReadLine();
@@ -118,9 +119,9 @@ std::string AskSecret(std::string_view question)
     return secret;
 }
 
-std::string AskNewSecret(std::string_view question)
+Secret AskNewSecret(std::string_view question)
 {
-    std::string secret = AskSecret(question);
+    Secret secret = AskSecret(question);
     if (IsInteractive() && AskSecret(std::string(question) + " again") != secret)
         throw ToolError(kUsage, "the two are not the same");
     return secret;

@@ -22,9 +22,9 @@ bool IsInteractive();
 // the output stays clean.
 std::string AskLine(std::string_view question);
 // Not shown while it is typed; from a pipe, its next line.
-std::string AskSecret(std::string_view question);
+Secret AskSecret(std::string_view question);
 // The same twice, where somebody types.
-std::string AskNewSecret(std::string_view question);
+Secret AskNewSecret(std::string_view question);
 
 class Progress {
   public:

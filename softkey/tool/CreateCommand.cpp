@@ -106,15 +106,6 @@ std::vector<NewContainer> MakeContainers(const Options& options, const Store& st
     return containers;
 }
 
-Pins AskPins(const Options& options)
-{
-    Pins pins;
-    pins.user = options.pin ? *options.pin : AskNewSecret("PIN of the new key");
-    pins.admin = options.adminPin ? *options.adminPin : AskNewSecret("Administrator's PIN");
-    pins.tries = options.tries;
-    return pins;
-}
-
 void CheckIsNew(const Store& store, const std::string& serialNumber)
 {
     CheckSerialNumber(serialNumber);
@@ -141,10 +132,11 @@ struct Imported {
     std::vector<Certificate> chain;
 };
 
-Imported ReadImport(const std::string& path, const std::optional<std::string>& password)
+Imported ReadImport(const std::string& path, const std::optional<Secret>& given)
 {
     const Bytes content = ReadWholeFile(path, kPkcs12Limit);
-    Pkcs12 read = ReadPkcs12(content, password ? *password : AskSecret("Password of " + path));
+    const Secret password = given ? *given : AskSecret("Password of " + path);
+    Pkcs12 read = ReadPkcs12(content, TextOf(password));
     return {std::move(read.key), std::move(read.certificate), std::move(read.chain)};
 }
 
@@ -184,7 +176,9 @@ Report Create(const Options& options)
         users.push_back(ParseUser(user, device.serialNumber + "-" + std::to_string(users.size() + 1)));
         CheckContainerIsFree(store, users.back().container);
     }
-    const Pins pins = AskPins(options);
+    const Secret pin = options.pin ? *options.pin : AskNewSecret("PIN of the new key");
+    const Secret adminPin = options.adminPin ? *options.adminPin : AskNewSecret("Administrator's PIN");
+    const Pins pins{TextOf(pin), TextOf(adminPin), options.tries};
     CheckPin(pins.user);
     CheckPin(pins.admin);
 
@@ -230,7 +224,8 @@ Report Import(const Options& options)
     }
 
     Secret deviceKey;
-    CheckPinAnswer(device.Login(options.pin ? *options.pin : AskSecret("PIN"), deviceKey), "");
+    const Secret pin = options.pin ? *options.pin : AskSecret("PIN");
+    CheckPinAnswer(device.Login(TextOf(pin), deviceKey), "");
     device.AddContainer(deviceKey, container);
     const bool trusted = options.trust && !chain.empty();
     if (trusted) {

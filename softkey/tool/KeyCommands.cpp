@@ -25,15 +25,15 @@ Report Move(const Options& options, bool plug)
     return report;
 }
 
-std::string Given(const std::optional<std::string>& pin, const char* question)
+Secret Given(const std::optional<Secret>& pin, const char* question)
 {
     return pin ? *pin : AskSecret(question);
 }
 
-std::string GivenNew(const Options& options)
+Secret GivenNew(const Options& options)
 {
-    std::string pin = options.newPin ? *options.newPin : AskNewSecret("New PIN");
-    CheckPin(pin);
+    Secret pin = options.newPin ? *options.newPin : AskNewSecret("New PIN");
+    CheckPin(TextOf(pin));
     return pin;
 }
 
@@ -68,13 +68,15 @@ Report SetPin(const Options& options)
 {
     const Device device = FindKey(OpenStore(options), options.serialNumber);
     if (options.administrator) {
-        const std::string old = Given(options.adminPin, "Administrator's PIN");
-        const PinAnswer answer = device.ChangeAdminPin(old, GivenNew(options));
+        const Secret old = Given(options.adminPin, "Administrator's PIN");
+        const Secret pin = GivenNew(options);
+        const PinAnswer answer = device.ChangeAdminPin(TextOf(old), TextOf(pin));
         CheckPinAnswer(answer, "administrator's ");
         return PinReport(options, "Changed the administrator's PIN of ", answer.triesLeft);
     }
-    const std::string old = Given(options.pin, "Old PIN");
-    const PinAnswer answer = device.ChangePin(old, GivenNew(options));
+    const Secret old = Given(options.pin, "Old PIN");
+    const Secret pin = GivenNew(options);
+    const PinAnswer answer = device.ChangePin(TextOf(old), TextOf(pin));
     CheckPinAnswer(answer, "");
     return PinReport(options, "Changed the PIN of ", answer.triesLeft);
 }
@@ -82,8 +84,9 @@ Report SetPin(const Options& options)
 Report UnblockPin(const Options& options)
 {
     const Device device = FindKey(OpenStore(options), options.serialNumber);
-    const std::string admin = Given(options.adminPin, "Administrator's PIN");
-    CheckPinAnswer(device.Unblock(admin, GivenNew(options)), "administrator's ");
+    const Secret admin = Given(options.adminPin, "Administrator's PIN");
+    const Secret pin = GivenNew(options);
+    CheckPinAnswer(device.Unblock(TextOf(admin), TextOf(pin)), "administrator's ");
     return PinReport(options, "Unblocked the PIN of ", device.TriesLeft());
 }
 

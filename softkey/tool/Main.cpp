@@ -2,11 +2,9 @@
 #include <windows.h>
 
 #include <string>
-#include <vector>
 
 #include "CommandLine.h"
 #include "ExitCodes.h"
-#include "base/Wide.h"
 
 namespace {
 
@@ -22,9 +20,7 @@ int wmain(int argc, wchar_t** argv)
 {
     using namespace kzr::softkey;
     using namespace kzr::softkey::tool;
-    std::vector<std::string> arguments;
-    for (int i = 1; i < argc; ++i) arguments.push_back(ToUtf8(argv[i]));
-    const CommandLine line = ReadCommandLine(std::move(arguments));
+    const CommandLine line = ReadCommandLine({argv + 1, argv + (argc > 0 ? argc : 1)});
     if (!line.command) return line.exitCode;
     try {
         const Report report = line.command(line.options);

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Bytes.h"
 #include "crypto/Algorithms.h"
 #include "store/Store.h"
 
@@ -34,7 +35,7 @@ struct Options {
     bool unplugged = false;
 
     // PINs that were not given are asked for.
-    std::optional<std::string> pin, adminPin, newPin;
+    std::optional<Secret> pin, adminPin, newPin;
     int tries = kDefaultTries;
     bool administrator = false;
 
@@ -47,7 +48,7 @@ struct Options {
 
     // Files.
     std::string input, exchangeInput;
-    std::optional<std::string> password, exchangePassword;
+    std::optional<Secret> password, exchangePassword;
     std::string user;
     std::string output, listOutput;
     TextForm form = TextForm::Pem;

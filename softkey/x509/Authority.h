@@ -49,6 +49,6 @@ struct Pkcs12 {
 // Of several keys in it the first. Throws Failure(BadData) for a wrong password, a file that cannot be read,
 // that lacks a key with its certificate, or would take unreasonable time; Failure(Unsupported), with the way
 // out in its text, for one that is encrypted with the legacy ciphers RC2, RC4 or DES.
-Pkcs12 ReadPkcs12(View der, const std::string& password);
+Pkcs12 ReadPkcs12(View der, std::string_view password);
 
 }  // namespace kzr::softkey

@@ -54,7 +54,10 @@ using PartsHandle = std::unique_ptr<STACK_OF(PKCS7), FreeParts>;
 
 class Reader {
   public:
-    explicit Reader(const std::string& password) : m_password(password) {}
+    explicit Reader(std::string_view password) : m_password(password.begin(), password.end())
+    {
+        m_password.push_back(0);
+    }
 
     Pkcs12 Read(View der)
     {
@@ -93,11 +96,11 @@ class Reader {
         const ASN1_INTEGER* rounds = nullptr;
         PKCS12_get0_mac(nullptr, nullptr, nullptr, &rounds, file);
         Spend(rounds);
-        if (PKCS12_verify_mac(file, m_password.c_str(), -1) == 1) {
+        if (PKCS12_verify_mac(file, Password(), -1) == 1) {
             return;
         }
         // Some programs write "no password" where others write an empty one.
-        if (m_password.empty() && PKCS12_verify_mac(file, nullptr, 0) == 1) {
+        if (PasswordSize() == 0 && PKCS12_verify_mac(file, nullptr, 0) == 1) {
             m_noPassword = true;
             return;
         }
@@ -163,8 +166,11 @@ class Reader {
         Spend(parameters->iter);
     }
 
-    const char* Password() const { return m_noPassword ? nullptr : m_password.c_str(); }
-    int PasswordSize() const { return m_noPassword ? 0 : static_cast<int>(m_password.size()); }
+    const char* Password() const
+    {
+        return m_noPassword ? nullptr : reinterpret_cast<const char*>(m_password.data());
+    }
+    int PasswordSize() const { return m_noPassword ? 0 : static_cast<int>(m_password.size() - 1); }
 
     void TakePart(PKCS7* part)
     {
@@ -266,7 +272,7 @@ class Reader {
         return result;
     }
 
-    const std::string& m_password;
+    Secret m_password;  // with a null at its end
     bool m_noPassword = false;
     long m_spent = 0;
     KeyHandle m_key;
@@ -275,12 +281,12 @@ class Reader {
 
 }  // namespace
 
-Pkcs12 ReadPkcs12(View der, const std::string& password)
+Pkcs12 ReadPkcs12(View der, std::string_view password)
 {
     if (der.size() > kFileLimit) {
         ThrowUnreadable("it is too large");
     }
-    if (password.find('\0') != std::string::npos) {
+    if (password.find('\0') != password.npos) {
         throw Failure(Cause::BadArgument, "A password holds no NUL");
     }
     return Reader(password).Read(der);

@@ -1,5 +1,7 @@
 #include "softkey/store/Process.h"
 
+#include <utility>
+
 #include "base/Wide.h"
 
 namespace kzr::softkey::test {
@@ -31,7 +33,7 @@ std::wstring Quoted(const std::wstring& argument)
 }  // namespace
 
 Process::Process(const std::wstring& program, const std::vector<std::string>& arguments,
-                 const std::string& input)
+                 const std::string& input, bool more)
 {
     InitializeCriticalSection(&m_lock);
     const Pipe in(false), out(true), error(true);
@@ -49,14 +51,13 @@ Process::Process(const std::wstring& program, const std::vector<std::string>& ar
         m_process = process.hProcess;
         CloseHandle(process.hThread);
     }
-    for (const HANDLE handle : {in.reading, out.writing, error.writing}) CloseHandle(handle);
+    for (const HANDLE handle : {out.writing, error.writing}) CloseHandle(handle);
     m_outputPipe = out.reading;
     m_errorPipe = error.reading;
-    // Small enough to fit into the pipe.
-    DWORD written = 0;
-    if (!input.empty())
-        WriteFile(in.writing, input.data(), static_cast<DWORD>(input.size()), &written, nullptr);
-    CloseHandle(in.writing);
+    m_inputPipe = in.writing;
+    m_inputEnd = in.reading;
+    Write(input);
+    if (!more) EndInput();
     const auto read = [this](HANDLE pipe, std::string& to) {
         char buffer[4096];
         DWORD got = 0;
@@ -71,9 +72,31 @@ Process::Process(const std::wstring& program, const std::vector<std::string>& ar
     m_errorReader = std::thread([this, read] { read(m_errorPipe, m_errors); });
 }
 
+// Small enough to fit into the pipe.
+void Process::Write(const std::string& input)
+{
+    DWORD written = 0;
+    if (!input.empty())
+        WriteFile(m_inputPipe, input.data(), static_cast<DWORD>(input.size()), &written, nullptr);
+}
+
+bool Process::HasReadAll() const
+{
+    DWORD left = 1;
+    return PeekNamedPipe(m_inputEnd, nullptr, 0, nullptr, &left, nullptr) && left == 0;
+}
+
+void Process::EndInput()
+{
+    for (HANDLE* const pipe : {&m_inputPipe, &m_inputEnd}) {
+        if (*pipe) CloseHandle(std::exchange(*pipe, nullptr));
+    }
+}
+
 Process::~Process()
 {
     Kill();
+    EndInput();
     CloseHandle(m_outputPipe);
     CloseHandle(m_errorPipe);
     if (m_process) CloseHandle(m_process);

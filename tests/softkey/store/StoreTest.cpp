@@ -1,5 +1,7 @@
 #include "softkey/store/StoreTest.h"
 
+#include <openssl/pkcs12.h>
+
 #include "base/File.h"
 #include "base/Wide.h"
 #include "softkey/core/TestAuthorities.h"
@@ -61,6 +63,22 @@ Secret LogIn(const Device& device, const char* pin)
     Secret deviceKey;
     EXPECT_EQ(device.Login(pin, deviceKey).result, PinResult::Right);
     return deviceKey;
+}
+
+void WritePkcs12(const std::string& path, EVP_PKEY* key, const Certificate& certificate,
+                 const std::vector<Certificate>& chain, const char* password)
+{
+    STACK_OF(X509)* const others = sk_X509_new_null();
+    for (const Certificate& one : chain) sk_X509_push(others, one.Get());
+    PKCS12* const made = PKCS12_create(password, "own", key, certificate.Get(), others, NID_aes_256_cbc,
+                                       NID_aes_256_cbc, 2048, 2048, 0);
+    ASSERT_TRUE(made);
+    unsigned char* der = nullptr;
+    const int size = i2d_PKCS12(made, &der);
+    WriteWholeFile(path, View(der, static_cast<std::size_t>(size)));
+    OPENSSL_free(der);
+    PKCS12_free(made);
+    sk_X509_free(others);
 }
 
 std::vector<std::string> SerialNumbers(const std::vector<Device>& devices)

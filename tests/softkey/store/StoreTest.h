@@ -25,6 +25,10 @@ Device MakeKey(Store& store, const std::string& serialNumber = "SN01",
 // The device key, by the PIN, which has to be right.
 Secret LogIn(const Device& device, const char* pin = kPin);
 
+// A PKCS#12 file with this key and certificate.
+void WritePkcs12(const std::string& path, EVP_PKEY* key, const Certificate& certificate,
+                 const std::vector<Certificate>& chain = {}, const char* password = "word");
+
 std::vector<std::string> SerialNumbers(const std::vector<Device>& devices);
 std::vector<std::string> ContainerNames(const Device& device);
 

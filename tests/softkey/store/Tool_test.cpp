@@ -1,7 +1,5 @@
 // softkey.exe as a person and a script meet it: exit codes, JSON, refusals.
 #define JSON_NO_IO
-#include <openssl/pkcs12.h>
-
 #include <fstream>
 #include <nlohmann/json.hpp>
 
@@ -306,22 +304,6 @@ TEST_F(Tool, ATestAuthorityThatCouldNotBePublishedIsMadeAnew)
 }
 
 // A PKCS#12 file with the password "word".
-void WritePkcs12(const std::string& path, EVP_PKEY* key, const Certificate& certificate,
-                 const std::vector<Certificate>& chain = {})
-{
-    STACK_OF(X509)* const others = sk_X509_new_null();
-    for (const Certificate& one : chain) sk_X509_push(others, one.Get());
-    PKCS12* const made = PKCS12_create("word", "own", key, certificate.Get(), others, NID_aes_256_cbc,
-                                       NID_aes_256_cbc, 2048, 2048, 0);
-    ASSERT_TRUE(made);
-    unsigned char* der = nullptr;
-    const int size = i2d_PKCS12(made, &der);
-    WriteNew(path, View(der, static_cast<std::size_t>(size)));
-    OPENSSL_free(der);
-    PKCS12_free(made);
-    sk_X509_free(others);
-}
-
 TEST_F(Tool, AForeignKeyAndCertificateAreImported)
 {
     const Device device = MakeKey(m_store, "SN01", {});
