@@ -280,6 +280,22 @@ TEST_F(StoreTest, DescriptionsThatCannotBeAreRefused)
     EXPECT_TRUE(m_store.Plugged().empty());
 }
 
+TEST_F(StoreTest, TextsOfTheGreatestLengthAreTakenAndLongerOnesAreNot)
+{
+    const std::string longest(128, 'x'), longer(129, 'x');
+    m_store.Create({"SN01", longest, longest, longest}, {kPin, kAdminPin, 10},
+                   {ContainerOf(std::string(64, 'c'), longest)});
+    const auto device = Store(m_store.Root()).Find("SN01");
+    ASSERT_TRUE(device);
+    EXPECT_EQ(device->Description().provider, longest);
+    EXPECT_EQ(device->Containers().at(0).user, longest);
+    EXPECT_EQ(CauseOf([&] { m_store.Describe({"SN01", "T", "L", longer}); }), Cause::BadArgument);
+    EXPECT_EQ(CauseOf([&] { MakeKey(m_store, "SN02", {ContainerOf("c2", longer)}); }), Cause::BadArgument);
+    EXPECT_EQ(CauseOf([&] { MakeKey(m_store, "SN02", {ContainerOf(std::string(65, 'c'))}); }),
+              Cause::BadArgument);
+    EXPECT_EQ(SerialNumbers(m_store.Plugged()), Names{"SN01"});
+}
+
 TEST_F(StoreTest, TrustTakesCertificatesAndListsAndNamesWhatItCannotRead)
 {
     const Family& family = FamilyOf(KeyType::Sm2);

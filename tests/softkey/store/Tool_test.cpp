@@ -185,6 +185,29 @@ TEST_F(Tool, BadValuesAreRefusedAndMakeNoKey)
     EXPECT_TRUE(m_store.Plugged().empty());
 }
 
+TEST_F(Tool, TextsOfTheGreatestLengthMakeAKeyAndLongerOnesDoNot)
+{
+    const auto create = [&](std::size_t name, std::size_t container, std::size_t library) {
+        return RunJson({"create", "K1", "--sm2",
+                        std::string(name, 'n') + ";cn=N;container=" + std::string(container, 'c'),
+                        "--library", std::string(library, 'l'), "--no-exchange", "--pin",
+                        std::string(32, '1'), "--admin-pin", std::string(4, '2')})
+            .code;
+    };
+    EXPECT_EQ(create(129, 64, 128), 2u);
+    EXPECT_EQ(create(128, 65, 128), 2u);
+    EXPECT_EQ(create(128, 64, 129), 2u);
+    EXPECT_TRUE(m_store.Plugged().empty());
+    EXPECT_EQ(create(128, 64, 128), 0u);
+    const Device device = *m_store.Find("K1");
+    LogIn(device, std::string(32, '1').c_str());
+    EXPECT_EQ(device.Containers().at(0).user.size(), 128u);
+    // A certificate's own field for it is shorter.
+    EXPECT_EQ(
+        RunJson({"create", "K2", "--sm2", std::string(65, 'n'), "--pin", kPin, "--admin-pin", kPin}).code,
+        2u);
+}
+
 TEST_F(Tool, KeysArePluggedAndPulledByName)
 {
     MakeKey(m_store, "A1", {ContainerOf("c1", kZhang)});
