@@ -1,9 +1,8 @@
 // Where things lie in a store, and the lock under which one key is read and written.
 //   keys\SN\      key.json  pin.json  plugging  containers\  data\        plugged
 //   parked\SN\    the same, unplugged
-//   locks\        two files a key, which go with it; outside of its folder, since no folder can be renamed
-//   while
-//                 a file in it is open
+//   locks\        two files a key, which go with it: outside of its folder, since an open file would keep the
+//                 folder from being renamed
 //   making\       what is being made or removed; cleaned by the next who takes store.lock
 //   trust\        certificates and revocation lists
 #pragma once
