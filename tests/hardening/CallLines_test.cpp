@@ -77,6 +77,13 @@ std::string ResultLineOf(const RecordedCall& call, const std::string& shown)
            UpToNull(shown) + ")...";
 }
 
+// The bytes that a record has before its message.
+std::size_t PrefixOf(const LogRecord& record)
+{
+    const std::string status = "status(0), ";
+    return record.raw.find(status) + status.size();
+}
+
 // "" when the record shows the message, or has lost it for want of room.
 std::string Differs(const LogRecord& record, const std::string& message)
 {
@@ -318,6 +325,35 @@ using CodePage65001CallLines = CallLines;
 TEST_F(CallLines, ShowEveryTextAndNumberAsTheTableSays) { ShowWhatTheTableSays(1252); }
 TEST_F(CodePage936CallLines, ShowEveryTextAndNumberAsTheTableSays) { ShowWhatTheTableSays(936); }
 TEST_F(CodePage65001CallLines, ShowEveryTextAndNumberAsTheTableSays) { ShowWhatTheTableSays(65001); }
+
+TEST_F(CallLines, AreWrittenUpToTheLastByteOfALineAndLostBeyondIt)
+{
+    const ComPtr<IDispatch> util = Make(kUtil);
+    log->Take();
+    // The call's line and the answer's, each as long as the text makes it.
+    const auto linesOf = [&](const std::wstring& argument, const std::wstring& answer) {
+        backend->Allow(L"SOF_Base64Encode", Value(answer));
+        EXPECT_EQ(Value(answer), Call(util.Get(), L"base64EncodeString", {argument}).value);
+        std::vector<LogRecord> lines = log->Take();
+        std::erase_if(lines, [](const LogRecord& record) { return record.source != "AxKzrApp"; });
+        return lines;
+    };
+    const std::vector<LogRecord> shortest = linesOf(L"a", L"b");
+    ASSERT_EQ(2u, shortest.size());
+    for (const std::size_t which : {0u, 1u}) {
+        const std::size_t rest = PrefixOf(shortest[which]) + shortest[which].message.size() - 1;
+        for (int over = -3; over <= 3; ++over) {
+            const std::wstring text(kLineBytes - 1 - rest + static_cast<std::size_t>(over), L'x');
+            const std::vector<LogRecord> lines = which == 0 ? linesOf(text, L"b") : linesOf(L"a", text);
+            ASSERT_EQ(2u, lines.size()) << over;
+            EXPECT_EQ(over > 0, lines[which].lost) << over << " bytes over, line " << which;
+            EXPECT_FALSE(lines[1 - which].lost);
+            if (over > 0) continue;
+            EXPECT_EQ(kLineBytes + static_cast<std::size_t>(over) + 1, lines[which].raw.size());
+            EXPECT_NE(std::string::npos, lines[which].message.find(std::string(text.begin(), text.end())));
+        }
+    }
+}
 
 // The plants for them: each kind of mistake that rendering could make, put into lines that were right.
 TEST_F(CallLines, WithAMistakeOfAnyKindWouldBeSeen)

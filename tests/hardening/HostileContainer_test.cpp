@@ -48,11 +48,11 @@ struct Hostile {
     }
 };
 
-// What anybody may send to a window without a pointer; the first of them carries one, and none is given.
-constexpr UINT kMessages[] = {WM_NCCREATE,   WM_CLOSE,     WM_PAINT,   WM_ERASEBKGND,  WM_MOUSEACTIVATE,
-                              WM_SETFOCUS,   WM_KILLFOCUS, WM_SIZE,    WM_MOVE,        WM_SHOWWINDOW,
-                              WM_CANCELMODE, WM_TIMER,     WM_KEYDOWN, WM_LBUTTONDOWN, WM_USER,
-                              WM_USER + 1,   WM_USER + 2,  WM_APP,     WM_DESTROY,     WM_ENABLE};
+// What anybody may send to a window without a pointer; the first two of them carry one, and none is given.
+constexpr UINT kMessages[] = {
+    WM_NCCREATE,    WM_CREATE, WM_CLOSE,    WM_PAINT,      WM_ERASEBKGND, WM_MOUSEACTIVATE, WM_SETFOCUS,
+    WM_KILLFOCUS,   WM_SIZE,   WM_MOVE,     WM_SHOWWINDOW, WM_CANCELMODE, WM_TIMER,         WM_KEYDOWN,
+    WM_LBUTTONDOWN, WM_USER,   WM_USER + 1, WM_USER + 2,   WM_APP,        WM_DESTROY,       WM_ENABLE};
 
 // A call without room for its answer must fail.
 struct Action {

@@ -97,6 +97,7 @@ const std::map<std::wstring, Fault>& AllFaults()
 {
     static const std::map<std::wstring, Fault> faults = {
         {L"None", [](const std::wstring&) { return true; }},
+        {L"AnotherAnswer", [](const std::wstring&) { return true; }},
         {L"FolderMissing",
          [](const std::wstring& path) {
              return MoveFileW(FolderOf(path).c_str(), (FolderOf(path) + L"_away").c_str()) != 0;
@@ -181,6 +182,7 @@ KZR_CHILD(AnswersUnderALogFault)
         DeleteFileW(log.Path().c_str());
         ScriptedBackend backend;
         AnswerEverything(backend);
+        if (fault == L"AnotherAnswer") backend.Allow(L"SOF_VerifySignedData", Bool(false));
         const TestDll dll(path);
         if (!AllFaults().at(fault)(log.Path())) return 5;
         const FaultCounter faults;
@@ -257,6 +259,17 @@ INSTANTIATE_TEST_SUITE_P(, LogFaults, testing::ValuesIn(kFaults), [](const auto&
     const std::wstring name = tested.param;
     return std::string(name.begin(), name.end());
 });
+
+// The plant: one answer of the ninety methods that is another.
+using LogFaultsPlant = LogFaults;
+
+TEST_F(LogFaultsPlant, AnAnswerThatIsAnotherWouldBeSeen)
+{
+    ASSERT_EQ(AllMethods().size() - 1, LinesOf(Undisturbed()));
+    const std::string answers = Run(L"AnotherAnswer");
+    EXPECT_EQ(AllMethods().size() - 1, LinesOf(answers));
+    EXPECT_NE(Undisturbed(), answers);
+}
 
 using LogOfAHost = LogFaults;
 

@@ -1,6 +1,7 @@
 // The module comes and goes while many threads want it, and processes end while many threads are inside it.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
@@ -162,6 +163,17 @@ int BadEndsOf(const char* part, int times)
     }
     return bad;
 }
+
+// The plant: a thread that dies while the process ends.
+KZR_CHILD(EndsWithAThreadThatDies)
+{
+    return EndBusy([](std::atomic<long>& calls) {
+        calls += kThreads;
+        *reinterpret_cast<volatile int*>(static_cast<std::uintptr_t>(calls) % 8 + 16) = 1;
+    });
+}
+
+TEST(ProcessEnd, AThreadThatDiesIsFound) { EXPECT_EQ(1, BadEndsOf("EndsWithAThreadThatDies", 1)); }
 
 TEST(ProcessEnd, WithBusyThreadsIsNoWorseThanWithAnEmptyDll)
 {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <iterator>
 #include <thread>
 
@@ -100,6 +101,30 @@ void ExpectNoGrowth(const char* child)
     EXPECT_EQ(0u, ended.code) << "1: heap, 2: handles, 3: thread-local slots, from 10: failed in that cycle\n"
                               << ended.output;
     EXPECT_NE(std::string::npos, ended.output.find("at the end")) << ended.output;
+}
+
+// The plants for them: what each cycle leaves behind.
+bool LeaveMemory(const TestDll&, ScriptedBackend&, int)
+{
+    static_cast<volatile char*>(std::malloc(24))[0] = 1;
+    return true;
+}
+bool LeaveAHandle(const TestDll&, ScriptedBackend&, int)
+{
+    return CreateEventW(nullptr, TRUE, FALSE, nullptr) != nullptr;
+}
+bool LeaveASlot(const TestDll&, ScriptedBackend&, int) { return TlsAlloc() != TLS_OUT_OF_INDEXES; }
+
+constexpr int kPlantedCycles = 60;
+KZR_CHILD(CyclesThatLeaveMemory) { return RunCycles(LeaveMemory, kPlantedCycles); }
+KZR_CHILD(CyclesThatLeaveAHandle) { return RunCycles(LeaveAHandle, kPlantedCycles); }
+KZR_CHILD(CyclesThatLeaveASlot) { return RunCycles(LeaveASlot, kPlantedCycles); }
+
+TEST(ReloadPlants, WhatACycleLeavesBehindIsFound)
+{
+    EXPECT_EQ(1u, RunChild("CyclesThatLeaveMemory").code);
+    EXPECT_EQ(2u, RunChild("CyclesThatLeaveAHandle").code);
+    EXPECT_EQ(3u, RunChild("CyclesThatLeaveASlot").code);
 }
 
 TEST(Reload, CyclesWithEveryFaultGrowNothing)
