@@ -9,6 +9,8 @@
 #include "com/Immortal.h"
 #include "com/ModulePath.h"
 #include "server/Sessions.h"
+#include "store/Folder.h"
+#include "store/Layout.h"
 #include "store/Store.h"
 
 namespace kzr::softkey {
@@ -31,7 +33,8 @@ Immortal<std::vector<std::shared_ptr<EventWindow>>> g_windows;
 void EndLogin(const std::string& root, const std::string& serialNumber) noexcept
 {
     try {
-        const auto device = Store(root).Find(serialNumber);
+        // Opening a store makes it, and somebody may just have removed this one.
+        const auto device = FolderExists(KeysFolder(root)) ? Store(root).Find(serialNumber) : std::nullopt;
         if (device) return Sessions::EndOther(serialNumber, device->Plugging());
     } catch (...) {  // a key that cannot be read is none
     }

@@ -98,8 +98,11 @@ void Move(const std::string& root, const std::string& serialNumber, bool plugs)
     if (FolderExists(to + "\\" + serialNumber))
         throw Failure(Cause::BadArgument, "the store has two keys " + serialNumber + ": remove one by hand");
     const KeyLock lock(from + "\\" + serialNumber);
-    // However fast it goes and comes, whoever was logged in can tell.
-    if (plugs) WriteWholeFile(PluggingFile(from + "\\" + serialNumber), ViewOf(HexUpper(RandomBytes(16))));
+    if (plugs) {
+        // However fast it goes and comes, whoever was logged in can tell.
+        RemoveTemporaries(from + "\\" + serialNumber);
+        WriteWholeFile(PluggingFile(from + "\\" + serialNumber), ViewOf(HexUpper(RandomBytes(16))));
+    }
     MoveFolder(from + "\\" + serialNumber, to + "\\" + serialNumber);
 }
 
