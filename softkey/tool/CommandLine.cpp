@@ -151,6 +151,8 @@ class Definition {
 void Definition::Define()
 {
     m_app.require_subcommand(0, 1);
+    // "/pin" would be a second spelling, whose value stays in sight, and a path may begin with a slash.
+    m_app.allow_windows_style_options(false);
     m_app.footer(kExamples);
     m_app.get_formatter()->column_width(34);
     Text(

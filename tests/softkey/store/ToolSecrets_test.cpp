@@ -67,6 +67,13 @@ TEST_F(ToolSecrets, AreNotRepeatedByARefusal)
     }
 }
 
+TEST_F(ToolSecrets, HaveNoSecondSpellingOfTheirOptions)
+{
+    MakeKey(m_store, "SN01", {});
+    EXPECT_EQ(Run({"pin", "set", "SN01", "/pin", kPin, "/new-pin", "other"}), 2u) << m_output;
+    EXPECT_EQ(Run({"pin", "set", "SN01", "--pin", kPin, "--new-pin", "other"}), 0u) << m_output;
+}
+
 TEST_F(ToolSecrets, LieInOnePlaceUntilTheyWereUsedAndThenInNone)
 {
     // The platform has its own copies of the command line, none of them in UTF-8.
