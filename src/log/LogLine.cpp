@@ -167,7 +167,9 @@ bool FormatMessageText(char* buffer, std::size_t room, const char* format, va_li
     va_end(own);
     length = message.Length();
     if (text) return fits;
-    const int made = _vsnprintf(buffer, room, format, arguments);
+    va_copy(own, arguments);  // the caller may ask again, with more room
+    const int made = _vsnprintf(buffer, room, format, own);
+    va_end(own);
     length = made < 0 ? room : static_cast<std::size_t>(made);
     return made >= 0;
 }
