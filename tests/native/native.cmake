@@ -19,7 +19,7 @@ if(KZR_SANITIZE)
   target_link_options(kzr_native_flags INTERFACE ${sanitize})
 endif()
 
-add_executable(kzr_native_tests ${portable_sources} ${portable_tests})
+add_executable(kzr_native_tests ${portable_sources} ${portable_tests} support/Rounds.cpp)
 target_link_libraries(kzr_native_tests PRIVATE kzr_native_flags gtest_main)
 add_test(NAME kzr_native_tests COMMAND kzr_native_tests)
 
