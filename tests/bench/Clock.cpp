@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 namespace kzr::bench {
 namespace {
@@ -40,6 +41,12 @@ long TimesFor(const std::function<void()>& once)
     }
 }
 
+double TenthPercentile(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 10];
+}
+
 }  // namespace
 
 void Measure(const std::vector<Measured>& cases, int rounds)
@@ -52,13 +59,32 @@ void Measure(const std::vector<Measured>& cases, int rounds)
             const std::size_t turn = (i + static_cast<std::size_t>(round)) % cases.size();
             seconds[turn].push_back(TimeOf(cases[turn].once, times[turn]) / static_cast<double>(times[turn]));
         }
-    for (std::size_t i = 0; i < cases.size(); ++i) {
-        std::sort(seconds[i].begin(), seconds[i].end());
-        std::printf("time %s %.1f\n", cases[i].name.c_str(), seconds[i][seconds[i].size() / 10] * 1e9);
-    }
+    for (std::size_t i = 0; i < cases.size(); ++i)
+        std::printf("time %s %.1f\n", cases[i].name.c_str(), TenthPercentile(seconds[i]) * 1e9);
     std::fflush(stdout);
 }
 
 double SecondsOf(const std::function<void()>& run) { return TimeOf(run, 1); }
+
+void Stretches::Begin()
+{
+    m_next = 0;
+    m_last = Now();
+}
+
+void Stretches::Mark()
+{
+    const double now = Now();
+    if (m_next == m_seconds.size()) m_seconds.emplace_back();
+    m_seconds[m_next++].push_back(now - m_last);
+    m_last = Now();  // what keeping the figure took is nobody's
+}
+
+double Stretches::Seconds() const
+{
+    double all = 0;
+    for (std::vector<double> each : m_seconds) all += TenthPercentile(std::move(each));
+    return all;
+}
 
 }  // namespace kzr::bench

@@ -2,6 +2,7 @@
 // that moves on by one each round; what counts is the tenth percentile of a case's rounds.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -18,5 +19,21 @@ void Measure(const std::vector<Measured>& cases, int rounds);
 
 // Seconds of a single run.
 double SecondsOf(const std::function<void()>& run);
+
+// Work that is much longer than a batch and cannot be done in parts: it marks where it stands instead. Each
+// stretch between two marks counts with the tenth percentile of its own rounds, so that what interrupts one
+// does not count for the whole.
+class Stretches {
+  public:
+    void Begin();
+    void Mark();
+    // Seconds of one run from its beginning to its last mark.
+    double Seconds() const;
+
+  private:
+    double m_last = 0;
+    std::size_t m_next = 0;
+    std::vector<std::vector<double>> m_seconds;  // of each stretch, one a run
+};
 
 }  // namespace kzr::bench

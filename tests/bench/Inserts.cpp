@@ -8,16 +8,20 @@
 
 namespace kzr::bench {
 
-void InsertAll(const std::vector<EntryTexts>& entries)
+void InsertAll(const std::vector<EntryTexts>& entries, Stretches& stretches)
 {
     UserTable::Entries map;
+    int inserted = 0;
+    stretches.Begin();
     for (const EntryTexts& each : entries) {
+        if (++inserted % kStretch == 0) stretches.Mark();
         const auto place = map.lower_bound(each.containerName);
         const std::wstring key(each.containerName);
         map.emplace_hint(
             place, key,
             UserEntry{key, std::wstring(each.deviceSN), L"CSP", L"LIB", std::wstring(each.userName)});
     }
+    stretches.Mark();
 }
 
 }  // namespace kzr::bench

@@ -1,7 +1,6 @@
 // How the rebuilding of the cache grows with its list, beside the growth of the map's inserts alone.
 #include "Table.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <string>
@@ -14,13 +13,20 @@
 namespace kzr::bench {
 namespace {
 
-// Answers at once, with texts too short to need memory.
+// Answers at once, with texts too short to need memory, and marks the stretches: it is asked for each entry's
+// type once.
 class Answers final : public DeviceInfo {
   public:
+    explicit Answers(Stretches& stretches) : m_stretches(stretches) {}
     std::wstring Query(std::wstring_view, short infoType) override
     {
+        if (infoType == kDeviceType && ++m_entries % kStretch == 0) m_stretches.Mark();
         return infoType == kCspName ? L"CSP" : infoType == kExtLibName ? L"LIB" : L"HARD";
     }
+
+  private:
+    Stretches& m_stretches;
+    int m_entries = 0;
 };
 
 std::wstring Numbered(const wchar_t* start, int number)
@@ -58,34 +64,33 @@ std::vector<EntryTexts> TextsOf(std::wstring_view list)
     return entries;
 }
 
-void Rebuild(const std::wstring& list)
+void Rebuild(const std::wstring& list, Stretches& stretches)
 {
-    Answers answers;
+    Answers answers(stretches);
     UserTable table;
+    stretches.Begin();
     table.Rebuild(list, &answers);
+    stretches.Mark();
 }
 
-// One piece of work in two sizes, the greater one ten times the smaller one.
+// One piece of work in two sizes, the greater one ten times the smaller one, up to its end: what drops the
+// map is not measured.
 struct Sizes {
     std::string name;
-    std::function<void()> small, large;
-    std::vector<double> smallSeconds{}, largeSeconds{};
+    std::function<void(Stretches&)> small, large;
+    Stretches smallTimes{}, largeTimes{};
 
     void Run()
     {
-        smallSeconds.push_back(SecondsOf([this] {
-            for (int i = 0; i < 10; ++i) small();
-        }));
-        largeSeconds.push_back(SecondsOf(large));
+        for (int i = 0; i < 10; ++i) small(smallTimes);
+        large(largeTimes);
     }
-    void Tell()
+    void Tell() const
     {
-        std::sort(smallSeconds.begin(), smallSeconds.end());
-        std::sort(largeSeconds.begin(), largeSeconds.end());
-        const std::size_t tenth = smallSeconds.size() / 10;
-        std::printf("time %s.small %.1f\ntime %s.large %.1f\n", name.c_str(), smallSeconds[tenth] * 1e8,
-                    name.c_str(), largeSeconds[tenth] * 1e9);
-        std::printf("growth %s %.4f\n", name.c_str(), largeSeconds[tenth] / smallSeconds[tenth]);
+        const double few = smallTimes.Seconds(), many = largeTimes.Seconds();
+        std::printf("time %s.small %.1f\ntime %s.large %.1f\n", name.c_str(), few * 1e9, name.c_str(),
+                    many * 1e9);
+        std::printf("growth %s %.4f\n", name.c_str(), many / few / 10);
     }
 };
 
@@ -95,19 +100,21 @@ void MeasureTable(int rounds)
 {
     const std::wstring small = ListOf(10000), large = ListOf(100000);
     const std::vector<EntryTexts> smallTexts = TextsOf(small), largeTexts = TextsOf(large);
-    std::vector<Sizes> cases = {{"inserts", [&] { InsertAll(smallTexts); }, [&] { InsertAll(largeTexts); }}};
+    std::vector<Sizes> cases = {{"inserts", [&](Stretches& to) { InsertAll(smallTexts, to); },
+                                 [&](Stretches& to) { InsertAll(largeTexts, to); }}};
     // Marks that are missing, in every combination that keeps the walk going.
     for (const wchar_t* text : {L"a", L"u||", L"u||c/", L"&&&", L"||&&&", L"/"}) {
         const std::wstring few = Repeated(text, 10000), many = Repeated(text, 100000);
-        cases.push_back(
-            {"hostile" + std::to_string(cases.size()), [few] { Rebuild(few); }, [many] { Rebuild(many); }});
+        cases.push_back({"hostile" + std::to_string(cases.size()), [few](Stretches& to) { Rebuild(few, to); },
+                         [many](Stretches& to) { Rebuild(many, to); }});
     }
     // Halfway round, so that neither of the two follows the other, whose blocks have just gone back to the
     // heap.
-    cases.insert(cases.begin() + 4, {"rebuild", [&] { Rebuild(small); }, [&] { Rebuild(large); }});
+    cases.insert(cases.begin() + 4, {"rebuild", [&](Stretches& to) { Rebuild(small, to); },
+                                     [&](Stretches& to) { Rebuild(large, to); }});
     for (std::size_t round = 0; round < static_cast<std::size_t>(rounds); ++round)
         for (std::size_t i = 0; i < cases.size(); ++i) cases[(i + round) % cases.size()].Run();
-    for (Sizes& each : cases) each.Tell();
+    for (const Sizes& each : cases) each.Tell();
     std::fflush(stdout);
 }
 
