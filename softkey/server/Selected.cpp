@@ -11,7 +11,6 @@ Device FindDevice(const Store& store, const std::string& serialNumber)
 {
     std::optional<Device> device = store.Find(serialNumber);
     if (device) return *std::move(device);
-    Sessions::End(serialNumber);
     throw Failure(Cause::UnknownKey, "no key " + serialNumber + " is plugged");
 }
 

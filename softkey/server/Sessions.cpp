@@ -35,6 +35,13 @@ void Sessions::EndOther(std::string_view serialNumber, std::string_view plugging
     if (found != g_keys->end() && found->second.plugging != plugging) g_keys->erase(found);
 }
 
+void Sessions::EndOne(std::string_view serialNumber, std::string_view plugging) noexcept
+{
+    const Hold held(g_lock);
+    const auto found = g_keys->find(serialNumber);
+    if (found != g_keys->end() && found->second.plugging == plugging) g_keys->erase(found);
+}
+
 void Sessions::End(std::string_view serialNumber) noexcept
 {
     const Hold held(g_lock);
@@ -56,10 +63,10 @@ bool Sessions::Any() noexcept
 
 Secret Sessions::DeviceKey(std::string_view serialNumber, std::string_view plugging)
 {
-    EndOther(serialNumber, plugging);
     const Hold held(g_lock);
     const auto found = g_keys->find(serialNumber);
-    if (found == g_keys->end())
+    // The caller may have seen the key before it was pulled, and the login be the newer one: it stays.
+    if (found == g_keys->end() || found->second.plugging != plugging)
         throw Failure(Cause::NotLoggedIn, "nobody has logged in to " + std::string(serialNumber));
     return found->second.deviceKey;
 }
