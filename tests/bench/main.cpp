@@ -216,9 +216,12 @@ void MeasureServer()
 void MeasureLoad()
 {
     const std::wstring empty = g_folder + L"\\Empty.dll", plain = Plain();
-    Measure({{"load", [&] { Component(plain).Factory(CLSID_Crypto); }},
-             {"load.empty", [&] { FreeLibrary(LoadLibraryW(empty.c_str())); }}},
-            g_rounds);
+    const auto loadEmpty = [&] {
+        const HMODULE module = LoadLibraryW(empty.c_str());
+        if (!module) Component::Quit("Empty.dll cannot be loaded");
+        FreeLibrary(module);
+    };
+    Measure({{"load", [&] { Component(plain).Factory(CLSID_Crypto); }}, {"load.empty", loadEmpty}}, g_rounds);
 }
 
 // ---- What does not depend on the clock.

@@ -1,6 +1,7 @@
 #include "support/Rounds.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -13,7 +14,7 @@ int Rounds(int usual, int full)
     const char* const wanted = std::getenv("KZR_ROUNDS");
     if (!wanted || !*wanted) return usual;
     if (std::strcmp(wanted, "full") == 0) return full;
-    if (std::strcmp(wanted, "tenth") == 0) return std::max(1, usual / 10);
+    if (std::strcmp(wanted, "tenth") == 0) return usual == 0 ? 0 : std::max(1, usual / 10);
     std::fprintf(stderr, "KZR_ROUNDS is \"%s\", which is neither full nor tenth\n", wanted);
     std::exit(3);
 }
@@ -21,8 +22,17 @@ int Rounds(int usual, int full)
 unsigned Seed()
 {
     const char* const given = std::getenv("KZR_SEED");
-    const unsigned seed =
-        given && *given ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : std::random_device()();
+    unsigned seed = 0;
+    if (!given || !*given) {
+        seed = std::random_device()();
+    } else {
+        const char* const end = given + std::strlen(given);
+        const auto [stop, error] = std::from_chars(given, end, seed);
+        if (error != std::errc() || stop != end) {
+            std::fprintf(stderr, "KZR_SEED is \"%s\", which is no number of 32 bits\n", given);
+            std::exit(3);
+        }
+    }
     std::printf("KZR_SEED=%u repeats this run\n", seed);
     return seed;
 }

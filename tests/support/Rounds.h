@@ -6,7 +6,7 @@
 
 namespace kzr::test {
 
-// Never less than 1; an unknown word ends the program, since a run that does less than it was asked for
+// 0 only where that is the usual count: for what runs with the whole counts alone. An unknown word ends the program, since a run that does less than it was asked for
 // passes for more than it is.
 int Rounds(int usual, int full);
 

@@ -1,6 +1,7 @@
 // Does everything that the exact checks must notice: two opens and two writes for a line, memory for it, and
-// a block and a handle that stay behind.
+// a block, a handle and a text that stay behind.
 #include <windows.h>
+#include <oleauto.h>
 
 #include <cstdlib>
 
@@ -21,4 +22,5 @@ extern "C" __declspec(dllexport) void PlantedGrowth()
 {
     HeapAlloc(GetProcessHeap(), 0, 40);
     CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    SysAllocString(L"left behind");
 }
