@@ -25,6 +25,42 @@ TEST_F(RegistrationRounds, EachLeavesExactlyTheKeysOfTheList)
     std::printf("did: registration: %d cycles\n", rounds);
 }
 
+// Each round above stands on this comparison, so it must see whatever can be wrong.
+TEST_F(RegistrationRounds, WhatIsMissingChangedOrTooMuchIsFound)
+{
+    const std::wstring path = DllPath();
+    const ServerModule server(path);
+    ASSERT_EQ(S_OK, server.Register());
+    const std::wstring key = L"CLSID\\{565B8FB4-EE30-4EE3-9B5B-E285678F1F9D}";
+    const std::wstring version = key + L"\\Version", control = key + L"\\Control",
+                       foreign = key + L"\\Foreign";
+    ASSERT_EQ("", DifferenceFrom(GoldenKeys(path)));
+    const auto expectFound = [&](const std::string& line) {
+        EXPECT_EQ(line, DifferenceFrom(GoldenKeys(path)));
+    };
+    const std::string own = "\\clsid\\{565b8fb4-ee30-4ee3-9b5b-e285678f1f9d}\\";
+
+    ASSERT_EQ(ERROR_SUCCESS, RegDeleteKeyValueW(HKEY_CLASSES_ROOT, version.c_str(), L""));
+    expectFound("missing  " + own + "version|  sz:1.0\n");
+    WriteText(version, L"", L"1.1");
+    expectFound("differs  " + own + "version|\n    expected sz:1.0\n    is       sz:1.1\n");
+    WriteText(version, L"", L"1.0");
+    WriteText(version, L"foreign", L"text");
+    expectFound("too much " + own + "version|foreign  sz:text\n");
+    ASSERT_EQ(ERROR_SUCCESS, RegDeleteKeyValueW(HKEY_CLASSES_ROOT, version.c_str(), L"foreign"));
+    EXPECT_EQ("", DifferenceFrom(GoldenKeys(path))) << "the values are as they were";
+
+    ASSERT_EQ(ERROR_SUCCESS, RegDeleteKeyW(HKEY_CLASSES_ROOT, control.c_str()));
+    expectFound("missing  " + own + "control  \n");
+    for (const std::wstring& made : {control, foreign}) {
+        UniqueHkey ignored;
+        ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyW(HKEY_CLASSES_ROOT, made.c_str(), ignored.put()));
+    }
+    expectFound("too much " + own + "foreign  \n");
+    ASSERT_EQ(ERROR_SUCCESS, RegDeleteKeyW(HKEY_CLASSES_ROOT, foreign.c_str()));
+    EXPECT_EQ("", DifferenceFrom(GoldenKeys(path))) << "the keys are as they were";
+}
+
 // A copy in nested folders, its whole path exactly this long.
 class DeepCopy {
   public:
