@@ -5,11 +5,14 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
+#include <numeric>
 #include <thread>
 #include <vector>
 
 #include "Area.h"
 #include "Holdings.h"
+#include "Planted.h"
 #include "QuietBench.h"
 #include "ThreadApartments.h"
 #include "Watchdog.h"
@@ -93,24 +96,40 @@ TEST(ReloadUnderContention, LeavesNothingBehindAndHangsNobody)
     std::fputs(ended.output.c_str(), stdout);
 }
 
+// How the processes end that are not to count as good ends.
+constexpr unsigned kNotBusy = 9, kThreadDied = 77, kFaultAtEnd = 78;
+
 LONG CALLBACK EndWithCode(EXCEPTION_POINTERS*)
 {
-    TerminateProcess(GetCurrentProcess(), 77);
+    TerminateProcess(GetCurrentProcess(), kThreadDied);
     return EXCEPTION_EXECUTE_HANDLER;
 }
 
-// The process ends in the middle of it. A thread that dies of it must show in the exit code.
-int EndBusy(const std::function<void(std::atomic<long>&)>& forever)
+// The loader swallows what faults while the modules hear of the process's end: no filter would see it.
+LONG CALLBACK EndWithCodeOfTheEnd(EXCEPTION_POINTERS* pointers)
 {
-    static std::atomic<long> calls{0};
+    if (pointers->ExceptionRecord->ExceptionCode == static_cast<DWORD>(EXCEPTION_ACCESS_VIOLATION))
+        TerminateProcess(GetCurrentProcess(), kFaultAtEnd);
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+// The process ends in the middle of it. A thread that dies of it, and a module that faults on its way out,
+// must show in the exit code.
+int EndBusy(const std::function<void(std::atomic<long>&)>& forever, ULONGLONG patience = 20000)
+{
+    static std::atomic<long> calls[kThreads];
     SetUnhandledExceptionFilter(EndWithCode);
-    for (int i = 0; i < kThreads; ++i) std::thread([&] { forever(calls); }).detach();
-    const ULONGLONG limit = GetTickCount64() + 20000;
-    while (calls < kThreads && GetTickCount64() < limit) Sleep(1);
+    for (std::atomic<long>& own : calls) std::thread([&] { forever(own); }).detach();
+    const auto allHaveCalled = [] {
+        return std::all_of(std::begin(calls), std::end(calls), [](const auto& own) { return own != 0; });
+    };
+    const ULONGLONG limit = GetTickCount64() + patience;
+    while (!allHaveCalled() && GetTickCount64() < limit) Sleep(1);
     Sleep(GetTickCount64() % 20);
-    std::printf("%ld calls\n", calls.load());
+    std::printf("%ld calls\n", std::accumulate(std::begin(calls), std::end(calls), 0L));
     std::fflush(stdout);
-    if (calls == 0) return 9;
+    if (!allHaveCalled()) TerminateProcess(GetCurrentProcess(), kNotBusy);
+    AddVectoredExceptionHandler(1, EndWithCodeOfTheEnd);
     // Not by returning: this program's own globals would go first, under the feet of its threads.
     ExitProcess(0);
 }
@@ -134,13 +153,13 @@ KZR_CHILD(EndsWithBusyThreads)
     });
 }
 
-// The same with a DLL that does nothing: what is lost here is lost by the platform.
+// The same with a DLL that does nothing unasked: what is lost here is lost by the platform.
 KZR_CHILD(EndsWithThreadsBusyElsewhere)
 {
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
     auto& backend = *new ScriptedBackend();
     AnswerEverything(backend);
-    LoadLibraryW(L"fakes\\Whole.dll");
+    if (!MakePlanted()) return kNotBusy;
     return EndBusy([&](std::atomic<long>& calls) {
         CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
         const RegisteredHere registered(backend);
@@ -160,29 +179,71 @@ int BadEndsOf(const char* part, int times)
         const ChildResult ended = RunChild(part, L"", 30000);
         DeleteFileW(LogPathOf(L"kzr_hardening_tests.exe", ended.processId).c_str());
         if (ended.code == 0 && ended.output.find(" calls") != std::string::npos) continue;
+        EXPECT_NE(kNotBusy, ended.code) << part << ": nothing was busy when it ended";
         std::printf("%s ended with %lx: %s\n", part, ended.code, ended.output.c_str());
         ++bad;
     }
     return bad;
 }
 
-// The plant: a thread that dies while the process ends.
+// The plants: a thread that dies, a module that faults when it hears of the end, a thread that never calls.
 KZR_CHILD(EndsWithAThreadThatDies)
 {
     return EndBusy([](std::atomic<long>& calls) {
-        calls += kThreads;
         *reinterpret_cast<volatile int*>(static_cast<std::uintptr_t>(calls) % 8 + 16) = 1;
     });
 }
 
-TEST(ProcessEnd, AThreadThatDiesIsFound) { EXPECT_EQ(1, BadEndsOf("EndsWithAThreadThatDies", 1)); }
+void CountForEver(std::atomic<long>& calls)
+{
+    for (;; Sleep(1)) ++calls;
+}
 
-TEST(ProcessEnd, WithBusyThreadsIsNoWorseThanWithAnEmptyDll)
+int EndWithPlanted(Bug bug)
+{
+    const ComPtr<IDispatch> object = MakePlanted();
+    if (!object || CallPlanted(object.Get(), bug).result != S_OK) return kNotBusy;
+    return EndBusy(CountForEver);
+}
+
+KZR_CHILD(EndsWithAModuleThatFaults) { return EndWithPlanted(Bug::FaultAtEnd); }
+KZR_CHILD(EndsWithAQuietModule) { return EndWithPlanted(Bug::None); }
+
+KZR_CHILD(EndsWithAnIdleThread)
+{
+    static std::atomic<int> begun{0};
+    return EndBusy(
+        [](std::atomic<long>& calls) {
+            if (++begun == kThreads) Sleep(INFINITE);
+            CountForEver(calls);
+        },
+        2000);
+}
+
+TEST(ProcessEndPlants, AThreadThatDiesIsFound)
+{
+    EXPECT_EQ(kThreadDied, RunChild("EndsWithAThreadThatDies").code);
+    EXPECT_EQ(1, BadEndsOf("EndsWithAThreadThatDies", 1));
+}
+
+TEST(ProcessEndPlants, AFaultOfAModuleThatHearsOfTheEndIsFound)
+{
+    EXPECT_EQ(kFaultAtEnd, RunChild("EndsWithAModuleThatFaults").code);
+    EXPECT_EQ(1, BadEndsOf("EndsWithAModuleThatFaults", 1));
+    EXPECT_EQ(0, BadEndsOf("EndsWithAQuietModule", 1));
+}
+
+TEST(ProcessEndPlants, AThreadThatNeverCallsIsFound)
+{
+    EXPECT_EQ(kNotBusy, RunChild("EndsWithAnIdleThread").code);
+}
+
+TEST(ProcessEnd, WithBusyThreadsIsNoWorseThanWithAnIdleDll)
 {
     const int times = Rounds(10, 200);
     const int elsewhere = BadEndsOf("EndsWithThreadsBusyElsewhere", times);
     const int inside = BadEndsOf("EndsWithBusyThreads", times);
-    std::printf("%d bad ends of %d with an empty DLL, %d with the component\n", elsewhere, times, inside);
+    std::printf("%d bad ends of %d with an idle DLL, %d with the component\n", elsewhere, times, inside);
     EXPECT_LE(inside, elsewhere);
     Did("reload", times, "process ends with busy threads");
 }

@@ -15,6 +15,7 @@ CRITICAL_SECTION g_lock;
 // An address that the compiler cannot see through.
 volatile std::size_t g_nowhere = 16;
 volatile wchar_t g_lastRead;
+std::atomic<bool> g_faultsAtEnd{false};
 
 class Locked {
   public:
@@ -67,6 +68,9 @@ void Do(Bug bug, const DISPPARAMS* parameters)
         case Bug::HiddenFault:
             CallForeignQuietly([] { return *reinterpret_cast<volatile int*>(g_nowhere); }, 0);
             break;
+        case Bug::FaultAtEnd:
+            g_faultsAtEnd = true;
+            break;
         case Bug::None:
         case Bug::LostLock:
             break;
@@ -117,5 +121,7 @@ extern "C" __declspec(dllexport) HRESULT MakePlanted(IDispatch** object)
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void*)
 {
     if (reason == DLL_PROCESS_ATTACH) InitializeCriticalSection(&kzr::planted::g_lock);
+    if (reason == DLL_PROCESS_DETACH && kzr::planted::g_faultsAtEnd)
+        *reinterpret_cast<volatile int*>(kzr::planted::g_nowhere) = 1;
     return TRUE;
 }

@@ -17,9 +17,10 @@ enum class Bug : DISPID {
     WindowLeak,
     OverRead,  // one character beyond the end of its text; a guard hides the fault
     Hang,
-    Throw,       // a C++ exception that leaves the call
-    LostLock,    // taken and not given back
-    HiddenFault  // caught inside and answered with success
+    Throw,        // a C++ exception that leaves the call
+    LostLock,     // taken and not given back
+    HiddenFault,  // caught inside and answered with success
+    FaultAtEnd    // not in the call, but when the process ends
 };
 
 // The DLL's only export.
