@@ -58,7 +58,7 @@ def read_all(paths):
 def rows_of(name, suite, area):
     """A row for each thing that was counted; area, suite, seed, time and findings stand in the first."""
     counts = [f"{count:,} {unit}" for unit, count in area.counts.items()]
-    skipped = f", {area.skipped} only in a full run" if area.skipped else ""
+    skipped = f", {area.skipped} skipped" if area.skipped else ""
     first = [name, suite, (counts or [f"{area.passed + area.findings} tests"])[0], " ".join(area.seeds),
              f"{area.milliseconds / 1000:.1f} s", f"{area.findings or 'none'}{skipped}"]
     return [first] + [["", "", count, "", "", ""] for count in counts[1:]]
