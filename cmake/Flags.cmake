@@ -17,8 +17,6 @@ if(WIN32)
     $<$<COMPILE_LANGUAGE:CXX>:
       # A processor fault unwinds our frames like a throw (see src/fault).
       -fnon-call-exceptions
-      # A thread-safe static costs a TLS slot on every load of the DLL; ours are made before threads meet them.
-      -fno-threadsafe-statics
       # Platform headers cast function pointers and declare interfaces without virtual destructors.
       -Wno-cast-function-type
       -Wno-non-virtual-dtor
@@ -37,6 +35,8 @@ if(WIN32)
     $<$<COMPILE_LANGUAGE:CXX>:
       $<$<CONFIG:Release>:-Oz>
       -fno-rtti
+      # A thread-safe static costs a TLS slot on every load of the DLL; ours are made before threads meet them.
+      -fno-threadsafe-statics
       # Both make copies of library templates that every file would then hold for itself.
       -fno-ipa-sra -fno-ipa-cp
       # Size would have every copy of a text made byte by byte in place.

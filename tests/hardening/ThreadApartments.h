@@ -11,6 +11,9 @@
 
 namespace kzr::test {
 
+// What the threads call keeps its tables in statics of functions, made by whoever comes first.
+static_assert(__cpp_threadsafe_static_init >= 200806L, "the DLL does without such statics; its tests do not");
+
 // Lets a fixed number of threads go on when all have come, any number of times.
 class Gathering {
   public:
