@@ -7,6 +7,7 @@ import tempfile
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
+SAMPLES = ROOT / "samples"
 
 
 def windows_path(path):
@@ -81,10 +82,27 @@ class Bench:
         return [name for name in (self.dll, self.backend)
                 if self.wine("regsvr32", "/s", *options, name)[0] != 0]
 
-    def run_program(self, name, program, arguments, rules, cwd=None):
+    def rules_file(self, name, rules):
         file = self.work / f"{name.replace('/', '-')}.rules"
         file.write_text(rules, encoding="utf-8")
-        return self.wine(program, *arguments, cwd=cwd or self.work, rules=windows_path(file))
+        return windows_path(file)
+
+    def run_program(self, name, program, arguments, rules):
+        return self.wine(program, *arguments, cwd=self.work, rules=self.rules_file(name, rules))
+
+    def run_sample(self, case, rules=""):
+        """The exit code and output of a case's script, and the case's folder, which is the working folder."""
+        folder = self.work / case.name
+        folder.mkdir()
+        for name, text in case.files.items():
+            (folder / name).write_text(text)
+        # A copy of its own: the script host lets nobody else read the file that it reads, and ends in silence with
+        # the code 0 when it is refused that itself.
+        own = self.work / f"{case.name}-script"
+        own.mkdir()
+        script = shutil.copy(SAMPLES / case.script, own)
+        code, output = self.wine("cscript", "//nologo", windows_path(script), *case.arguments, cwd=folder, rules=rules)
+        return code, output, folder
 
     @staticmethod
     def judge(code, output, wanted, lines):
