@@ -1,25 +1,30 @@
 #include "OtherThread.h"
 
-#include <objbase.h>
-
 #include <memory>
 
 namespace kzr::test {
+namespace {
 
-bool ComesBackOnAnotherThread(const std::function<void()>& work, DWORD milliseconds)
+// The thread's own: it may outlive the call that started it.
+struct Work {
+    std::function<void()> work;
+    COINIT apartment;
+};
+
+}  // namespace
+
+bool ComesBackOnAnotherThread(const std::function<void()>& work, DWORD milliseconds, COINIT apartment)
 {
-    // The thread's own copy: it may outlive this call.
-    auto* const copy = new std::function<void()>(work);
     const HANDLE thread = CreateThread(
         nullptr, 0,
         [](void* context) -> DWORD {
-            const std::unique_ptr<std::function<void()>> mine(static_cast<std::function<void()>*>(context));
-            CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-            (*mine)();
+            const std::unique_ptr<Work> mine(static_cast<Work*>(context));
+            CoInitializeEx(nullptr, mine->apartment);
+            mine->work();
             CoUninitialize();
             return 0;
         },
-        copy, 0, nullptr);
+        new Work{work, apartment}, 0, nullptr);
     const bool back = WaitForSingleObject(thread, milliseconds) == WAIT_OBJECT_0;
     CloseHandle(thread);
     return back;

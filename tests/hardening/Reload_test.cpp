@@ -7,9 +7,9 @@
 #include <iterator>
 #include <string>
 #include <string_view>
-#include <thread>
 
 #include "Area.h"
+#include "OtherThread.h"
 #include "Planted.h"
 #include "support/ChildProcess.h"
 #include "support/ComponentTest.h"
@@ -50,15 +50,15 @@ bool FaultOnAThreadThatEnds(const TestDll& dll, ScriptedBackend& backend, int nu
 {
     bool done = false;
     backend.Unregister();
-    std::thread([&] {
-        CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-        // A class registered in one apartment is not seen in another.
-        backend.Register();
-        done = CreateAndFault(dll, backend, number);
-        backend.Unregister();
-        CoUninitialize();
-    }).join();
-    return done;
+    const bool back = ComesBackOnAnotherThread(
+        [&] {
+            // A class registered in one apartment is not seen in another.
+            backend.Register();
+            done = CreateAndFault(dll, backend, number);
+            backend.Unregister();
+        },
+        kPatience, COINIT_APARTMENTTHREADED);
+    return back && done;
 }
 
 void PrintCount(const char* when, const ResourceCount& count)
