@@ -91,6 +91,13 @@ void CleanMakingFolder(const std::string& root)
     }
 }
 
+// However fast a key goes and comes, or another one of its serial number does, whoever was logged in can
+// tell.
+void WritePlugging(const std::string& folder)
+{
+    WriteWholeFile(PluggingFile(folder), ViewOf(HexUpper(RandomBytes(16))));
+}
+
 void Move(const std::string& root, const std::string& serialNumber, bool plugs)
 {
     const std::string from = plugs ? ParkedFolder(root) : KeysFolder(root);
@@ -99,9 +106,8 @@ void Move(const std::string& root, const std::string& serialNumber, bool plugs)
         throw Failure(Cause::BadArgument, "the store has two keys " + serialNumber + ": remove one by hand");
     const KeyLock lock(from + "\\" + serialNumber);
     if (plugs) {
-        // However fast it goes and comes, whoever was logged in can tell.
         RemoveTemporaries(from + "\\" + serialNumber);
-        WriteWholeFile(PluggingFile(from + "\\" + serialNumber), ViewOf(HexUpper(RandomBytes(16))));
+        WritePlugging(from + "\\" + serialNumber);
     }
     MoveFolder(from + "\\" + serialNumber, to + "\\" + serialNumber);
 }
@@ -214,6 +220,7 @@ Device Store::Create(const DeviceDescription& description, const Pins& pins,
     MakeFolder(DataFolder(place.path));
     for (const NewContainer& container : containers) WriteContainer(place.path, deviceKey, container);
     WritePins(place.path, record);
+    WritePlugging(place.path);
     WriteWholeFile(DescriptionFile(place.path), ViewOf(FormatDescription(description)));
     MoveFolder(place.path, folder);
     return Device(folder, description);

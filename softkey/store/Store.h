@@ -55,7 +55,7 @@ class Device {
     PinAnswer ChangeAdminPin(std::string_view oldPin, std::string_view newPin) const;
     int AdminTriesLeft() const;
 
-    // Another text each time that the key is plugged; "" for one that never was, and for one that is pulled.
+    // Another text each time that the key is plugged or made; "" for one that is pulled.
     // A login is good for the plugging in which it was made, which is asked for before the PIN is tried.
     std::string Plugging() const;
 

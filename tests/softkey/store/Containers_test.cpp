@@ -149,7 +149,7 @@ TEST_F(Containers, NoNameOfADataFileEscapesFromItsFolder)
     for (const std::string& name : names) EXPECT_EQ(m_device.ReadData(name), BytesOf("of " + name)) << name;
     EXPECT_EQ(m_device.DataNames().size(), names.size());
     EXPECT_EQ(FilesIn(PathOf("keys\\SN01\\data")).size(), names.size());
-    EXPECT_EQ(FilesIn(PathOf("keys\\SN01")), (Names{"key.json", "pin.json"}));
+    EXPECT_EQ(FilesIn(PathOf("keys\\SN01")), (Names{"key.json", "pin.json", "plugging"}));
     EXPECT_EQ(Read("keys\\SN01\\pin.json"), pin);
 }
 

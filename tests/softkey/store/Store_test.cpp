@@ -187,6 +187,16 @@ TEST_F(StoreTest, EachPluggingIsAnotherOne)
     EXPECT_TRUE(Leftovers().empty());
 }
 
+TEST_F(StoreTest, AKeyInAnothersPlaceIsNotInItsPlugging)
+{
+    const std::string first = MakeKey(m_store).Plugging();
+    EXPECT_FALSE(first.empty());
+    m_store.Delete("SN01");
+    const std::string second = MakeKey(m_store).Plugging();
+    EXPECT_FALSE(second.empty());
+    EXPECT_NE(first, second);
+}
+
 TEST_F(StoreTest, EverythingOnAPulledKeySaysThatItIsNotThere)
 {
     const Device device = MakeKey(m_store);
