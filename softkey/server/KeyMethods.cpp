@@ -3,7 +3,6 @@
 #include "server/Methods.h"
 #include "server/PlugWatch.h"
 #include "server/Selected.h"
-#include "server/Sessions.h"
 
 namespace kzr::softkey {
 namespace {
@@ -60,15 +59,8 @@ Answer Login(const Arguments& arguments, ControlState&)
     const std::string plugging = selected.device.Plugging();
     Secret deviceKey;
     const PinAnswer answer = selected.device.Login(arguments.Text(1), deviceKey);
-    if (answer.result == PinResult::Right) {
+    if (answer.result == PinResult::Right)
         PlugWatch::BeginLogin(selected.SerialNumber(), plugging, std::move(deviceKey));
-        // Pulled meanwhile: nobody may have watched yet, or the news of it came before the login.
-        const std::optional<Device> now = OpenStore().Find(selected.SerialNumber());
-        if (!now || now->Plugging() != plugging) {
-            Sessions::EndOne(selected.SerialNumber(), plugging);
-            throw Failure(Cause::UnknownKey, "the key " + selected.SerialNumber() + " was pulled");
-        }
-    }
     return TruthOf(answer);
 }
 

@@ -29,16 +29,20 @@ Immortal<std::unique_ptr<Watch>> g_watch;  // under g_changing
 Mutex g_windowsLock;
 Immortal<std::vector<std::shared_ptr<EventWindow>>> g_windows;
 
-// What is told may be long past: the key back, and somebody logged in to it anew.
-void EndLogin(const std::string& root, const std::string& serialNumber) noexcept
+std::string StoreRoot() { return Store(Store::DefaultRoot()).Root(); }
+
+std::optional<std::string> PluggingOf(const std::string& root, const std::string& serialNumber)
 {
-    try {
-        // Opening a store makes it, and somebody may just have removed this one.
-        const auto device = FolderExists(KeysFolder(root)) ? Store(root).Find(serialNumber) : std::nullopt;
-        if (device) return Sessions::EndOther(serialNumber, device->Plugging());
-    } catch (...) {  // a key that cannot be read is none
-    }
-    Sessions::End(serialNumber);
+    // Opening a store makes it, and somebody may just have removed this one.
+    if (!FolderExists(KeysFolder(root))) return std::nullopt;
+    const std::optional<Device> device = Store(root).Find(serialNumber);
+    return device ? std::optional(device->Plugging()) : std::nullopt;
+}
+
+// What is told may be long past: the key back, and somebody logged in to it anew.
+void EndLogin(const std::string& root, const std::string& serialNumber)
+{
+    Sessions::EndIfPulled(serialNumber, [&] { return PluggingOf(root, serialNumber); });
 }
 
 void Tell(const std::string& root, const PlugEvent& event)
@@ -59,14 +63,15 @@ void BeginWatch()
     if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
                             reinterpret_cast<const wchar_t*>(ThisModule()), watch->loaded.put()))
         throw ComError(HRESULT_FROM_WIN32(GetLastError()));
-    const std::string root = Store(Store::DefaultRoot()).Root();
-    watch->watcher.emplace(root, [root](const PlugEvent& event) {
+    const std::string root = StoreRoot();
+    const auto tell = [root](const PlugEvent& event) {
         try {
             Tell(root, event);
         } catch (...) {
             // Without memory an event is lost; the watch goes on.
         }
-    });
+    };
+    watch->watcher.emplace(root, tell);
     *g_watch = std::move(watch);
 }
 
@@ -93,8 +98,11 @@ void PlugWatch::Connect(const std::shared_ptr<EventWindow>& window)
 void PlugWatch::BeginLogin(const std::string& serialNumber, const std::string& plugging, Secret deviceKey)
 {
     const Hold held(g_changing);
+    // Before the look: what comes after it is told.
     BeginWatch();
-    Sessions::Begin(serialNumber, plugging, std::move(deviceKey));
+    const std::string root = StoreRoot();
+    Sessions::Begin(serialNumber, plugging, std::move(deviceKey),
+                    [&] { return PluggingOf(root, serialNumber); });
 }
 
 void PlugWatch::Disconnect(const EventWindow& window) noexcept

@@ -15,7 +15,8 @@ namespace kzr::softkey {
 
 class PlugWatch {
   public:
-    // Each throws when the watch cannot begin; then nothing was added.
+    // Each throws when the watch cannot begin; then nothing was added. Nor is a login whose plugging is over:
+    // Failure(UnknownKey).
     static void Connect(const std::shared_ptr<EventWindow>& window);
     static void BeginLogin(const std::string& serialNumber, const std::string& plugging, Secret deviceKey);
 

@@ -1,6 +1,5 @@
 #include "server/Sessions.h"
 
-#include <functional>
 #include <map>
 #include <string>
 
@@ -20,33 +19,31 @@ struct Session {
 
 Immortal<std::map<std::string, Session, std::less<>>> g_keys;
 
+bool Stands(const std::string& plugging, const Look& look) noexcept
+{
+    try {
+        return look() == plugging;
+    } catch (...) {
+        return false;
+    }
+}
+
 }  // namespace
 
-void Sessions::Begin(std::string_view serialNumber, const std::string& plugging, Secret deviceKey)
+void Sessions::Begin(std::string_view serialNumber, const std::string& plugging, Secret deviceKey,
+                     const Look& look)
 {
     const Hold held(g_lock);
+    if (look() != plugging)
+        throw Failure(Cause::UnknownKey, "the key " + std::string(serialNumber) + " was pulled");
     g_keys->insert_or_assign(std::string(serialNumber), Session{plugging, std::move(deviceKey)});
 }
 
-void Sessions::EndOther(std::string_view serialNumber, std::string_view plugging) noexcept
+void Sessions::EndIfPulled(std::string_view serialNumber, const Look& look) noexcept
 {
     const Hold held(g_lock);
     const auto found = g_keys->find(serialNumber);
-    if (found != g_keys->end() && found->second.plugging != plugging) g_keys->erase(found);
-}
-
-void Sessions::EndOne(std::string_view serialNumber, std::string_view plugging) noexcept
-{
-    const Hold held(g_lock);
-    const auto found = g_keys->find(serialNumber);
-    if (found != g_keys->end() && found->second.plugging == plugging) g_keys->erase(found);
-}
-
-void Sessions::End(std::string_view serialNumber) noexcept
-{
-    const Hold held(g_lock);
-    const auto found = g_keys->find(serialNumber);
-    if (found != g_keys->end()) g_keys->erase(found);
+    if (found != g_keys->end() && !Stands(found->second.plugging, look)) g_keys->erase(found);
 }
 
 void Sessions::EndAll() noexcept

@@ -1,6 +1,8 @@
 // Who is logged in, in this process: the device keys of the keys whose PIN was right.
 #pragma once
 
+#include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -8,16 +10,20 @@
 
 namespace kzr::softkey {
 
+// The key's plugging at the moment of the call, without a value when it is pulled. The logins are locked
+// meanwhile: no plugging comes back, so that what stands for another one than was seen is of an older one.
+using Look = std::function<std::optional<std::string>()>;
+
 // A login lasts until the key is pulled, or the module goes: it belongs to one plugging, see
 // Device::Plugging. All may be called on any thread.
 class Sessions {
   public:
-    static void Begin(std::string_view serialNumber, const std::string& plugging, Secret deviceKey);
-    // That of another plugging; one that came with this one stays.
-    static void EndOther(std::string_view serialNumber, std::string_view plugging) noexcept;
-    // That of this plugging only.
-    static void EndOne(std::string_view serialNumber, std::string_view plugging) noexcept;
-    static void End(std::string_view serialNumber) noexcept;
+    // In place of an older one. Throws Failure(UnknownKey) when the key has been pulled since `plugging`;
+    // whoever logged in to the next one stays.
+    static void Begin(std::string_view serialNumber, const std::string& plugging, Secret deviceKey,
+                      const Look& look);
+    // When the key has been pulled since; one that cannot be looked at counts as pulled.
+    static void EndIfPulled(std::string_view serialNumber, const Look& look) noexcept;
     static void EndAll() noexcept;
     static bool Any() noexcept;
     // A copy of its own for the caller; throws Failure(NotLoggedIn) when there is none of this plugging. One

@@ -1,6 +1,12 @@
 // How long a login lasts: for the process, and no longer than the key is plugged.
+#include <atomic>
+#include <string>
+#include <thread>
+
+#include "base/File.h"
 #include "softkey/server/ServerTest.h"
 #include "softkey/server/Sink.h"
+#include "store/Layout.h"
 #include "support/ComponentTest.h"
 
 namespace kzr::test {
@@ -11,6 +17,12 @@ using namespace kzr::softkey;
 class ServerLogin : public ServerTest {
   public:
     HRESULT Sign(const wchar_t* id) { return Call(L"SOF_SignData", {id, L"text"}).result; }
+    // As if it were pulled and plugged, which nobody notices.
+    void PlugUnnoticed() { WriteWholeFile(PluggingFile(Key()), ViewOf(std::to_string(++m_plugged))); }
+    std::string Key() const { return KeysFolder(home->Store().Root()) + "\\SN01"; }
+
+  private:
+    int m_plugged = 0;
 };
 
 TEST_F(ServerLogin, OneLoginServesAllContainersOfItsKeyAndNoOtherKey)
@@ -66,6 +78,30 @@ TEST_F(ServerLogin, OneAfterAPullIsNotEndedByTheNewsOfIt)
         // As long as the watch may take to hear of it.
         EXPECT_FALSE(PumpUntil([this] { return Sign(kAlice) != S_OK; }, 700));
     }
+}
+
+TEST_F(ServerLogin, OneWhoseKeyWasPulledAndPluggedWhileItsPinWasTriedIsRefused)
+{
+    HRESULT result = S_OK;
+    // Whoever comes to it too late tries again.
+    for (int i = 0; i < 20 && result == S_OK; ++i) {
+        // A try is spent before the PIN is looked at, which takes its time.
+        const auto before = softkey::ReadWholeFile(PinFile(Key()));
+        std::atomic<bool> ended{false};
+        std::thread caller([&] {
+            CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+            ComPtr<IDispatch> other = NewControl();
+            result = kzr::test::Call(other.Get(), L"SOF_Login", {kAlice, kWidePin}).result;
+            ended = true;
+            other.Reset();
+            CoUninitialize();
+        });
+        while (!ended && softkey::ReadWholeFile(PinFile(Key())) == before) Sleep(1);
+        PlugUnnoticed();
+        caller.join();
+    }
+    EXPECT_EQ(kUnknownKey, result);
+    EXPECT_EQ(kNotLoggedIn, Sign(kAlice));
 }
 
 TEST_F(ServerLogin, ItEndsWhenTheKeyIsDeleted)
