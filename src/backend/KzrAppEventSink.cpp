@@ -39,7 +39,7 @@ void CKzrAppEventSink::AddListener(HWND window)
             record.release();
             return;
         }
-        if (found->window == window) return;
+        if (found->window == window && IsStillThere(*found)) return;
         link = &found->next;
     }
 }

@@ -21,7 +21,8 @@ class CKzrAppEventSink final : public IDispatch, public CountedHost {
     // A sink with no reference yet. E_POINTER for a null `sink`, E_OUTOFMEMORY when it cannot be made.
     static HRESULT Create(CKzrAppEventSink** sink) noexcept;
 
-    // Adds a window at the end of the list unless it is there already. May run while events arrive.
+    // Adds a window at the end of the list unless it is there already. May run while events arrive. A handle
+    // that the system has given to another window since is added anew.
     void AddListener(HWND window);
 
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override;

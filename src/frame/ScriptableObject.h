@@ -93,7 +93,6 @@ class ScriptableBase : public IObjectSafety {
     HRESULT RunScripted(DISPID id, void* retVal, Thunk empty, Thunk body, void* context) noexcept;
     void FinalRelease() noexcept;
     void GiveBackendBack() noexcept;
-    void RefreshCache();
 
     const ClassFacts& m_facts;
     Inner m_inner{*this};

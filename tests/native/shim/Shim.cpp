@@ -19,6 +19,7 @@ int g_locksMade = 0;
 const CRITICAL_SECTION* g_missing = nullptr;
 
 long g_messages = 0;
+DWORD g_threadOfWindows = 1;
 
 // As automation does it: the bytes behind their count, with an end of their own.
 BSTR Allocate(const void* bytes, std::size_t count)
@@ -41,6 +42,7 @@ void LeaveOutLock(int index)
     g_locksMade = 0;
 }
 
+void MoveWindowsToThread(DWORD thread) { __atomic_store_n(&g_threadOfWindows, thread, __ATOMIC_SEQ_CST); }
 long MessagesPosted() { return __atomic_load_n(&g_messages, __ATOMIC_SEQ_CST); }
 
 HWND WindowOf(int number) { return reinterpret_cast<HWND>(static_cast<std::uintptr_t>(number)); }
@@ -123,7 +125,7 @@ void LeaveCriticalSection(CRITICAL_SECTION* section)
     pthread_mutex_unlock(&section->mutex);
 }
 
-DWORD GetWindowThreadProcessId(HWND, DWORD*) { return 1; }
+DWORD GetWindowThreadProcessId(HWND, DWORD*) { return __atomic_load_n(&g_threadOfWindows, __ATOMIC_SEQ_CST); }
 ULONG_PTR GetClassLongPtrW(HWND, int) { return 1; }
 BOOL PostMessageW(HWND, UINT, ULONG_PTR, ULONG_PTR)
 {

@@ -10,5 +10,7 @@ void LeaveOutLock(int index);
 
 long MessagesPosted();
 HWND WindowOf(int number);
+// From now on every window's handle stands for a window of this thread; at first, of thread 1.
+void MoveWindowsToThread(DWORD thread);
 
 }  // namespace kzr::shim

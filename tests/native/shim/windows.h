@@ -109,7 +109,7 @@ void EnterCriticalSection(CRITICAL_SECTION* section);
 BOOL TryEnterCriticalSection(CRITICAL_SECTION* section);
 void LeaveCriticalSection(CRITICAL_SECTION* section);
 
-// A window is a number; its thread and class never change. Messages are counted.
+// A window is a number of the class 1; which thread has them, Shim.h says. Messages are counted.
 inline constexpr int GCW_ATOM = -32;
 DWORD GetWindowThreadProcessId(HWND window, DWORD* process);
 ULONG_PTR GetClassLongPtrW(HWND window, int index);

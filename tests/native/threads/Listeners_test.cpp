@@ -41,6 +41,27 @@ TEST(Listeners, AreAddedWhileEventsArrive)
     sink->ReleaseOwner();
 }
 
+TEST(Listeners, AHandleThatNowIsAnotherThreadsWindowIsListedAnew)
+{
+    CKzrAppEventSink* sink = nullptr;
+    ASSERT_EQ(S_OK, CKzrAppEventSink::Create(&sink));
+    const auto messagesOfAnEvent = [sink] {
+        const long before = shim::MessagesPosted();
+        sink->Invoke(1, IID_NULL, 0, 1, nullptr, nullptr, nullptr, nullptr);
+        return shim::MessagesPosted() - before;
+    };
+    sink->AddListener(shim::WindowOf(1));
+    EXPECT_EQ(1, messagesOfAnEvent());
+
+    shim::MoveWindowsToThread(2);
+    EXPECT_EQ(0, messagesOfAnEvent()) << "the listener has gone";
+    for (int i = 0; i < 2; ++i) sink->AddListener(shim::WindowOf(1));
+    EXPECT_EQ(1, messagesOfAnEvent());
+
+    shim::MoveWindowsToThread(1);
+    sink->ReleaseOwner();
+}
+
 TEST(Listeners, ReferencesComeAndGoOnEveryThread)
 {
     const int rounds = test::Rounds(5000, 100000);
