@@ -4,6 +4,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/File.h"
 #include "com/Error.h"
 #include "com/Handles.h"
 #include "com/Immortal.h"
@@ -29,6 +30,8 @@ Immortal<std::unique_ptr<Watch>> g_watch;  // under g_changing
 Mutex g_windowsLock;
 Immortal<std::vector<std::shared_ptr<EventWindow>>> g_windows;
 
+constexpr std::size_t kPluggingLimit = 4096;
+
 std::string StoreRoot() { return Store(Store::DefaultRoot()).Root(); }
 
 std::optional<std::string> PluggingOf(const std::string& root, const std::string& serialNumber)
@@ -43,6 +46,17 @@ std::optional<std::string> PluggingOf(const std::string& root, const std::string
 void EndLogin(const std::string& root, const std::string& serialNumber)
 {
     Sessions::EndIfPulled(serialNumber, [&] { return PluggingOf(root, serialNumber); });
+}
+
+// A key that was back before the pull could be noticed makes no news; its login would stay in memory and keep
+// the module. Most often a glance at one file shows that nothing happened.
+void EndUntold(const std::string& root)
+{
+    for (const auto& [serialNumber, plugging] : Sessions::Pluggings()) {
+        const auto now =
+            ReadFileIfThere(PluggingFile(KeysFolder(root) + "\\" + serialNumber), kPluggingLimit);
+        if (now && TextOf(*now) != plugging) EndLogin(root, serialNumber);
+    }
 }
 
 void Tell(const std::string& root, const PlugEvent& event)
@@ -71,7 +85,7 @@ void BeginWatch()
             // Without memory an event is lost; the watch goes on.
         }
     };
-    watch->watcher.emplace(root, tell);
+    watch->watcher.emplace(root, tell, [root] { EndUntold(root); });
     *g_watch = std::move(watch);
 }
 

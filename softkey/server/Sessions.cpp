@@ -58,6 +58,14 @@ bool Sessions::Any() noexcept
     return !g_keys->empty();
 }
 
+std::map<std::string, std::string> Sessions::Pluggings()
+{
+    const Hold held(g_lock);
+    std::map<std::string, std::string> pluggings;
+    for (const auto& [serialNumber, session] : *g_keys) pluggings.emplace(serialNumber, session.plugging);
+    return pluggings;
+}
+
 Secret Sessions::DeviceKey(std::string_view serialNumber, std::string_view plugging)
 {
     const Hold held(g_lock);

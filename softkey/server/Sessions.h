@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,8 +27,10 @@ class Sessions {
     static void EndIfPulled(std::string_view serialNumber, const Look& look) noexcept;
     static void EndAll() noexcept;
     static bool Any() noexcept;
+    // By serial number, the plugging of each login.
+    static std::map<std::string, std::string> Pluggings();
     // A copy of its own for the caller; throws Failure(NotLoggedIn) when there is none of this plugging. One
-    // of another plugging serves nobody; the news of the pull or the next login ends it.
+    // of another plugging serves nobody; the watch or the next login ends it.
     static Secret DeviceKey(std::string_view serialNumber, std::string_view plugging);
 };
 

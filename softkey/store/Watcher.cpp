@@ -39,6 +39,7 @@ std::set<std::string> CompleteKeys(const std::string& folder)
 struct Watcher::State {
     std::string folder;
     std::function<void(const PlugEvent&)> tell;
+    std::function<void()> looked;
     std::set<std::string> known;
     std::set<std::string> everKnown;
     UniqueEvent stop{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
@@ -49,8 +50,8 @@ struct Watcher::State {
     OVERLAPPED overlapped{};
     alignas(DWORD) std::uint8_t buffer[kBufferSize];
 
-    State(std::string where, std::function<void(const PlugEvent&)> whom)
-        : folder(std::move(where)), tell(std::move(whom))
+    State(std::string where, std::function<void(const PlugEvent&)> whom, std::function<void()> listed)
+        : folder(std::move(where)), tell(std::move(whom)), looked(std::move(listed))
     {}
     State(const State&) = delete;
     State& operator=(const State&) = delete;
@@ -155,6 +156,7 @@ void Watcher::State::TakeWhatCame()
     }
     Ask();
     Settle();
+    if (looked) looked();
 }
 
 void Watcher::State::Run()
@@ -171,8 +173,8 @@ void Watcher::State::Run()
     Forget();
 }
 
-Watcher::Watcher(std::string root, std::function<void(const PlugEvent&)> tell)
-    : m_state(std::make_unique<State>(KeysFolder(AbsolutePath(root)), std::move(tell)))
+Watcher::Watcher(std::string root, std::function<void(const PlugEvent&)> tell, std::function<void()> looked)
+    : m_state(std::make_unique<State>(KeysFolder(AbsolutePath(root)), std::move(tell), std::move(looked)))
 {
     if (!m_state->stop || !m_state->noticed) throw Failure(Cause::File, "there is nothing to wait with");
     MakeFolder(m_state->folder);

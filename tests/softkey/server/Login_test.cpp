@@ -104,6 +104,16 @@ TEST_F(ServerLogin, OneWhoseKeyWasPulledAndPluggedWhileItsPinWasTriedIsRefused)
     EXPECT_EQ(kNotLoggedIn, Sign(kAlice));
 }
 
+TEST_F(ServerLogin, APullThatNobodyNoticesEndsItAllTheSame)
+{
+    LogIn(kAlice);
+    EXPECT_EQ(S_OK, Sign(kAlice));
+    PlugUnnoticed();
+    EXPECT_EQ(kNotLoggedIn, Sign(kAlice));
+    control.Reset();
+    EXPECT_TRUE(PumpUntil([this] { return dll->CanUnloadNow() == S_OK; })) << "it stands in memory";
+}
+
 TEST_F(ServerLogin, ItEndsWhenTheKeyIsDeleted)
 {
     LogIn(kWang);

@@ -1,4 +1,5 @@
 // News of keys that come and go.
+#include <atomic>
 #include <mutex>
 
 #include "softkey/store/StoreTest.h"
@@ -66,6 +67,15 @@ TEST_F(Watching, AKeyIsToldWhenItComesAndGoes)
     EXPECT_EQ(Events(0).size(), 4u);
     EXPECT_EQ(m_threads.size(), 1u);
     EXPECT_FALSE(m_threads.contains(GetCurrentThreadId()));
+}
+
+TEST_F(Watching, WhoeverWantsToHearsOfEachListing)
+{
+    std::atomic<int> listed{0};
+    const Watcher watcher(
+        m_store.Root(), [](const PlugEvent&) {}, [&] { ++listed; });
+    Sleep(1600);
+    EXPECT_GE(listed, 3);
 }
 
 TEST_F(Watching, NewsComesWithinHalfASecond)
