@@ -23,7 +23,7 @@ class Input {
             number = static_cast<Number>(number | static_cast<Number>(*m_next++) << (8 * i));
         return number;
     }
-    // Up to the next line feed or the end, repeated to reach the interesting lengths.
+    // Up to the next unit separator (0x1f) or the end, repeated to reach the interesting lengths.
     std::string TakeText(std::size_t times)
     {
         std::string once;
