@@ -2,17 +2,18 @@
 
 namespace kzr {
 
-HRESULT AggregatableObject::RunGuard(ResultThunk thunk, void* context) noexcept
-{
-    const ComPtr<IUnknown> alive(&m_inner);
-    return RunGuardedResult(thunk, context);
-}
 namespace {
 
 // While an object goes, references taken and given back by what it calls must not end it a second time.
 constexpr ULONG kReferencesWhileGoing = 0x40000000;
 
 }  // namespace
+
+HRESULT AggregatableObject::RunGuard(ResultThunk thunk, void* context) noexcept
+{
+    const ComPtr<IUnknown> alive(&m_inner);
+    return RunGuardedResult(thunk, context);
+}
 
 STDMETHODIMP AggregatableObject::Inner::QueryInterface(REFIID iid, void** object)
 {
