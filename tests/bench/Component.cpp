@@ -59,6 +59,20 @@ Dictionary::Dictionary()
 
 void Dictionary::Item() { InvokeNumber(m_object.Get(), m_item, DISPATCH_PROPERTYGET, 7); }
 
+BSTR Text()
+{
+    static const BSTR text = SysAllocString(L"a text of some thirty-two units.");
+    return text;
+}
+
+void Hash(ICrypto* crypto)
+{
+    BSTR answer = nullptr;
+    crypto->Hash(Text(), &answer);
+    if (SysStringLen(answer) == 0) Component::Quit("Hash gave no answer");
+    SysFreeString(answer);
+}
+
 void InvokeNumber(IDispatch* object, DISPID id, WORD flags, long number)
 {
     VARIANT argument{};

@@ -50,6 +50,10 @@ class Dictionary {
     DISPID m_item = 0;
 };
 
+// A fixed text, for calls that want one.
+BSTR Text();
+// The whole call, with its answer.
+void Hash(ICrypto* crypto);
 // A call by number with one number as its argument; the result is dropped.
 void InvokeNumber(IDispatch* object, DISPID id, WORD flags, long number);
 

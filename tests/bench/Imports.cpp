@@ -1,5 +1,6 @@
 #include "Imports.h"
 
+#include <objbase.h>
 #include <oleauto.h>
 
 #include <cstdlib>
@@ -31,6 +32,16 @@ LPVOID WINAPI CountedHeapAlloc(HANDLE heap, DWORD flags, SIZE_T bytes)
 {
     ++g_asked.blocks;
     return HeapAlloc(heap, flags, bytes);
+}
+HGLOBAL WINAPI CountedGlobalAlloc(UINT flags, SIZE_T bytes)
+{
+    ++g_asked.blocks;
+    return GlobalAlloc(flags, bytes);
+}
+LPVOID WINAPI CountedTaskAlloc(SIZE_T bytes)
+{
+    ++g_asked.blocks;
+    return CoTaskMemAlloc(bytes);
 }
 void* CountedMalloc(std::size_t bytes)
 {
@@ -77,6 +88,8 @@ const Counter kCounters[] = {
     {"WriteFile", AddressOf(&CountedWrite)},
     {"CloseHandle", AddressOf(&CountedClose)},
     {"HeapAlloc", AddressOf(&CountedHeapAlloc)},
+    {"GlobalAlloc", AddressOf(&CountedGlobalAlloc)},
+    {"CoTaskMemAlloc", AddressOf(&CountedTaskAlloc)},
     {"malloc", AddressOf(&CountedMalloc)},
     {"calloc", AddressOf(&CountedCalloc)},
     {"realloc", AddressOf(&CountedRealloc)},

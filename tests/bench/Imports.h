@@ -9,8 +9,8 @@ struct Asked {
     long opens = 0;
     long writes = 0;
     long closes = 0;
-    long blocks = 0;  // of any heap
-    long texts = 0;   // automation strings
+    long blocks = 0;  // of any heap, by whichever function
+    long texts = 0;   // automation strings, by whichever function
 };
 
 // From now on the module's calls are counted. False when it has none of the imports.

@@ -2,13 +2,22 @@
 
 #include <cwchar>
 
+#include "Inserts.h"
+#include "cache/UserTable.h"
 #include "support/ScriptedBackend.h"
 
 namespace kzr::bench {
 namespace {
 
-constexpr DISPID kUserList = 2;
 constexpr DISPID kOther = 1;
+constexpr DISPID kUserList = 2;
+constexpr DISPID kDeviceInfo = 3;
+
+// As in the rebuild that needs no backend (Table.cpp): too short for memory of their own.
+const wchar_t* Description(short infoType)
+{
+    return infoType == DeviceInfo::kCspName ? L"CSP" : infoType == DeviceInfo::kExtLibName ? L"LIB" : L"HARD";
+}
 
 }  // namespace
 
@@ -36,16 +45,27 @@ STDMETHODIMP NullBackend::QueryInterface(REFIID iid, void** object)
 
 STDMETHODIMP NullBackend::GetIDsOfNames(REFIID, LPOLESTR* names, UINT, LCID, DISPID* ids)
 {
-    *ids = std::wcscmp(*names, L"SOF_GetUserList") == 0 ? kUserList : kOther;
+    *ids = std::wcscmp(*names, L"SOF_GetUserList") == 0 ? kUserList
+           : std::wcscmp(*names, L"GetDeviceInfo") == 0 ? kDeviceInfo
+                                                        : kOther;
     return S_OK;
 }
 
-STDMETHODIMP NullBackend::Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS*, VARIANT* result, EXCEPINFO*,
-                                 UINT*)
+STDMETHODIMP NullBackend::Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* parameters, VARIANT* result,
+                                 EXCEPINFO*, UINT*)
 {
     if (!result) return S_OK;
     result->vt = VT_BSTR;
-    result->bstrVal = SysAllocString(id == kUserList ? userList.c_str() : L"an answer of thirty-two units..");
+    if (id == kUserList) {
+        result->bstrVal = SysAllocStringLen(m_userList.data(), static_cast<UINT>(m_userList.size()));
+    } else if (id == kDeviceInfo) {
+        const short infoType = parameters->rgvarg[0].iVal;
+        result->bstrVal = SysAllocString(Description(infoType));
+        if (m_stretches && infoType == DeviceInfo::kDeviceType && ++m_entries % kStretch == 0)
+            m_stretches->Mark();
+    } else {
+        result->bstrVal = SysAllocString(L"an answer of thirty-two units..");
+    }
     return S_OK;
 }
 

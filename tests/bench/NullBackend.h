@@ -1,11 +1,14 @@
-// A backend control that does next to nothing: every name is known, every call answers one short text, and
-// the list of users is whatever a measurement wants.
+// A backend control that does next to nothing: every name is known and every call answers one short text. Its
+// list of users is empty until a measurement sets one; it then describes each device as the table's
+// measurement wants it, and marks the stretches of a rebuild, which asks for each entry's type once.
 #pragma once
 
 #include <windows.h>
 
 #include <string>
+#include <utility>
 
+#include "Clock.h"
 #include "support/ControlRefusals.h"
 
 namespace kzr::bench {
@@ -15,7 +18,13 @@ class NullBackend final : public test::ControlRefusals, public IClassFactory {
     // Stands in for the backend's class in this process until the end.
     HRESULT Register();
     IDispatch* Dispatch() { return this; }
-    std::wstring userList;
+    void SetUserList(std::wstring list) { m_userList = std::move(list); }
+    // Null: nothing is marked.
+    void MarkEntries(Stretches* stretches)
+    {
+        m_stretches = stretches;
+        m_entries = 0;
+    }
 
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
     STDMETHODIMP_(ULONG) AddRef() override { return 2; }
@@ -39,6 +48,9 @@ class NullBackend final : public test::ControlRefusals, public IClassFactory {
 
   private:
     IUnknown* m_sink = nullptr;
+    std::wstring m_userList;
+    Stretches* m_stretches = nullptr;
+    int m_entries = 0;
 };
 
 }  // namespace kzr::bench

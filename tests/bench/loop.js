@@ -24,7 +24,8 @@ try {
     device = new ActiveXObject("TOLVSecCOM.DeviceMgr");
     dictionary = new ActiveXObject("Scripting.Dictionary");
     dictionary.Add("c1", "SN01");
-    if (typeof device.getKeySNEx("c1", "EXT1") != "string") throw new Error(1, "no answer");
+    answer = device.getKeySNEx("c1", "EXT1");
+    if (answer !== "SN01") throw new Error(1, "another answer: " + answer);
     var ours = [], theirs = [];
     for (var turn = 0; turn < turns; ++turn) {
         if (turn % 2) ours.push(TimeOf(OverDevice));

@@ -6,48 +6,26 @@
 #include <windows.h>
 
 #include <psapi.h>
-#include <shlobj.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <fstream>
-#include <iterator>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "Clock.h"
 #include "Component.h"
-#include "Imports.h"
+#include "Exact.h"
 #include "NullBackend.h"
+#include "Places.h"
 #include "Table.h"
-#include "hardening/Holdings.h"
 #include "resources/DispIds.h"
 
 namespace kzr::bench {
 namespace {
 
-std::wstring g_folder;
 int g_rounds = 200;
 NullBackend g_backend;
-
-std::wstring Quiet() { return g_folder + L"\\quiet\\KzrSecX_x64.dll"; }
-std::wstring Plain() { return g_folder + L"\\plain\\KzrSecX_x64.dll"; }
-
-BSTR Text()
-{
-    static const BSTR text = SysAllocString(L"a text of some thirty-two units.");
-    return text;
-}
-
-void Hash(ICrypto* crypto)
-{
-    BSTR answer = nullptr;
-    crypto->Hash(Text(), &answer);
-    if (SysStringLen(answer) == 0) Component::Quit("Hash gave no answer");
-    SysFreeString(answer);
-}
 
 void BackendDirectly()
 {
@@ -77,6 +55,50 @@ void MakeAndRelease(IClassFactory* factory)
     made->Release();
 }
 
+// The least that any object with a type library can do: its Invoke goes through the type information and to a
+// method that does nothing.
+class PlatformAlone {
+  public:
+    explicit PlatformAlone(IDispatch* like)
+    {
+        if (FAILED(like->GetTypeInfo(0, LOCALE_USER_DEFAULT, m_info.put())))
+            Component::Quit("no type information");
+        m_table.fill(reinterpret_cast<void*>(&Nothing));
+        m_table[kInvoke] = reinterpret_cast<void*>(&Invoke);
+    }
+    PlatformAlone(const PlatformAlone&) = delete;
+    PlatformAlone& operator=(const PlatformAlone&) = delete;
+
+    IDispatch* Dispatch() { return reinterpret_cast<IDispatch*>(this); }
+    void CallOn(void* object)
+    {
+        VARIANT argument{};
+        argument.vt = VT_I4;
+        argument.lVal = 1;
+        DISPPARAMS parameters{&argument, nullptr, 1, 0};
+        VARIANT result{};
+        if (FAILED(m_info->Invoke(object, DISPID_ICrypto_SetPinFlag, DISPATCH_METHOD, &parameters, &result,
+                                  nullptr, nullptr)))
+            Component::Quit("a call failed");
+        VariantClear(&result);
+    }
+
+  private:
+    static constexpr std::size_t kInvoke = 6;  // after IUnknown's three and three of IDispatch's
+
+    static HRESULT STDMETHODCALLTYPE Nothing() { return S_OK; }
+    static HRESULT STDMETHODCALLTYPE Invoke(PlatformAlone* self, DISPID id, REFIID, LCID, WORD flags,
+                                            DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
+                                            UINT* wrong)
+    {
+        return self->m_info->Invoke(self, id, flags, parameters, result, exception, wrong);
+    }
+
+    void** m_methods = m_table.data();  // first: this is an object of the platform's layout
+    std::array<void*, 64> m_table;
+    ComPtr<ITypeInfo> m_info;
+};
+
 void MeasureProcessor()
 {
     const Component component(Quiet());
@@ -91,30 +113,18 @@ void MeasureProcessor()
         if (FAILED(crypto->GetIDsOfNames(IID_NULL, &names, 1, LOCALE_USER_DEFAULT, &id)))
             Component::Quit("a name is unknown");
     };
-    // What the platform does for such a call, with an object behind it that does nothing.
-    ComPtr<ITypeInfo> info;
-    if (FAILED(crypto->GetTypeInfo(0, LOCALE_USER_DEFAULT, info.put())))
-        Component::Quit("no type information");
-    const auto typeInfoAlone = [&] {
-        static HRESULT (*const nothing)() = [] { return S_OK; };
-        static void* table[64];
-        for (void*& entry : table) entry = reinterpret_cast<void*>(nothing);
-        static void* object = table;
-        VARIANT argument{};
-        argument.vt = VT_I4;
-        DISPPARAMS parameters{&argument, nullptr, 1, 0};
-        VARIANT result{};
-        if (FAILED(info->Invoke(&object, DISPID_ICrypto_SetPinFlag, DISPATCH_METHOD, &parameters, &result,
-                                nullptr, nullptr)))
-            Component::Quit("a call failed");
-    };
+    PlatformAlone platform(crypto.Get());
+    // The platform's part and the method itself, without what the component does round a call by number.
+    const auto typeInfoCall = [&] { platform.CallOn(crypto.Get()); };
     const auto setPinFlag = [&] {
         InvokeNumber(crypto.Get(), DISPID_ICrypto_SetPinFlag, DISPATCH_METHOD, 1);
     };
     long flag = 0;
     Measure({{"SetPinFlag", setPinFlag},
              {"dictionary.Item", [&] { dictionary.Item(); }},
-             {"typeinfo", typeInfoAlone},
+             {"platform",
+              [&] { InvokeNumber(platform.Dispatch(), DISPID_ICrypto_SetPinFlag, DISPATCH_METHOD, 1); }},
+             {"typeinfo+SetPinFlag", typeInfoCall},
              {"name+SetPinFlag", [&] { lookUp(), setPinFlag(); }},
              {"SetPinFlag.vtable", [&] { crypto->SetPinFlag(1, &flag); }},
              {"Hash", [&] { Hash(crypto.Get()); }},
@@ -126,50 +136,10 @@ void MeasureProcessor()
 
 // ---- The log: its folder, its file, and the same appends made directly.
 
-std::wstring LogFolder()
-{
-    wchar_t path[MAX_PATH] = {};
-    SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, 0, path);
-    return std::wstring(path) + L"Low\\TOLV\\log";
-}
-
-std::wstring LogFile()
-{
-    return LogFolder() + L"\\KzrSecX_kzr_bench_exe_PID_" + std::to_wstring(GetCurrentProcessId()) + L".log";
-}
-
-// Of the files of this program's earlier processes, too.
-void EmptyLogFolder()
-{
-    WIN32_FIND_DATAW found;
-    const HANDLE search = FindFirstFileW((LogFolder() + L"\\KzrSecX_kzr_bench_*").c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE) return;
-    do {
-        DeleteFileW((LogFolder() + L"\\" + found.cFileName).c_str());
-    } while (FindNextFileW(search, &found));
-    FindClose(search);
-}
-
 HANDLE OpenAppending(const std::wstring& path)
 {
     return CreateFileW(path.c_str(), GENERIC_READ | FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
                        nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-}
-
-std::vector<std::string> LinesOf(const std::wstring& path)
-{
-    std::vector<std::string> lines;
-    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                    OPEN_EXISTING, 0, nullptr);
-    std::string all(1 << 20, '\0');
-    DWORD length = 0;
-    if (file != INVALID_HANDLE_VALUE)
-        ReadFile(file, all.data(), static_cast<DWORD>(all.size()), &length, nullptr);
-    CloseHandle(file);
-    all.resize(length);
-    for (std::size_t start = 0, end; (end = all.find("\r\n", start)) != all.npos; start = end + 2)
-        lines.push_back(all.substr(start, end + 2 - start));
-    return lines;
 }
 
 void MeasureServer()
@@ -181,7 +151,9 @@ void MeasureServer()
     Hash(crypto.Get());
     const std::vector<std::string> lines = LinesOf(LogFile());
     if (lines.size() < 4) Component::Quit("Hash has written no lines");
-    const std::wstring raw = LogFolder() + L"\\raw.log", missing = LogFolder() + L"\\none\\raw.log";
+    // In the same folder, its name as long as the component's.
+    const std::wstring raw =
+        LogFolder() + L"\\KzrSecX_kzr_bench_exe_RAW_" + std::to_wstring(GetCurrentProcessId()) + L".log";
     const auto append = [&] {
         for (const std::string& line : lines) {
             const HANDLE file = OpenAppending(raw);
@@ -196,13 +168,13 @@ void MeasureServer()
     DeleteFileW(raw.c_str());
     EmptyLogFolder();
     if (!RemoveDirectoryW(LogFolder().c_str())) Component::Quit("the log folder would not go");
-    const std::wstring output = g_folder + L"\\output.txt";
+    const std::wstring output = InFolder(L"output.txt");
     const HANDLE file = CreateFileW(output.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
     const HANDLE before = GetStdHandle(STD_OUTPUT_HANDLE);
     SetStdHandle(STD_OUTPUT_HANDLE, file);
     const auto failing = [&] {
         for (const std::string& line : lines) {
-            if (OpenAppending(missing) != INVALID_HANDLE_VALUE) Component::Quit("there was a folder");
+            if (OpenAppending(raw) != INVALID_HANDLE_VALUE) Component::Quit("there was a folder");
             DWORD written = 0;
             WriteFile(file, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
         }
@@ -215,98 +187,13 @@ void MeasureServer()
 
 void MeasureLoad()
 {
-    const std::wstring empty = g_folder + L"\\Empty.dll", plain = Plain();
+    const std::wstring empty = InFolder(L"Empty.dll"), plain = Plain();
     const auto loadEmpty = [&] {
         const HMODULE module = LoadLibraryW(empty.c_str());
         if (!module) Component::Quit("Empty.dll cannot be loaded");
         FreeLibrary(module);
     };
     Measure({{"load", [&] { Component(plain).Factory(CLSID_Crypto); }}, {"load.empty", loadEmpty}}, g_rounds);
-}
-
-// ---- What does not depend on the clock.
-
-void TellGrowth(const char* name, const test::Holdings& before, const test::Holdings& after)
-{
-    std::printf(
-        "grown %s bytes %lld handles %lld texts %ld\n", name,
-        static_cast<long long>(after.resources.heapBytes) -
-            static_cast<long long>(before.resources.heapBytes),
-        static_cast<long long>(after.resources.handles) - static_cast<long long>(before.resources.handles),
-        after.texts - before.texts);
-    std::fflush(stdout);
-}
-
-// Twice the warm-up settles what the platform keeps for itself.
-void TellGrowthOf(const char* name, long warmUp, long times, const std::function<void()>& step)
-{
-    test::CountHoldings();
-    for (long i = 0; i < warmUp; ++i) step();
-    const test::Holdings before = test::CountHoldings();
-    for (long i = 0; i < times; ++i) step();
-    TellGrowth(name, before, test::CountHoldings());
-}
-
-void Reload()
-{
-    const Component component(Quiet());
-    const ComPtr<ICrypto> crypto = component.Make<ICrypto>(CLSID_Crypto);
-    Hash(crypto.Get());
-}
-
-void MeasureGrowth(long calls, long reloads)
-{
-    {
-        const Component component(Quiet());
-        const ComPtr<ICrypto> crypto = component.Make<ICrypto>(CLSID_Crypto);
-        TellGrowthOf("calls", 1000, calls / 2, [&] {
-            Hash(crypto.Get());
-            InvokeNumber(crypto.Get(), DISPID_ICrypto_SetPinFlag, DISPATCH_METHOD, 1);
-        });
-    }
-    TellGrowthOf("reloads", 20, reloads, Reload);
-}
-
-// `times` runs with their lines; the file tells how many there were.
-void TellCounts(const char* name, long times, const std::function<void()>& step)
-{
-    DeleteFileW(LogFile().c_str());
-    TakeCounts();
-    for (long i = 0; i < times; ++i) step();
-    const Asked asked = TakeCounts();
-    std::printf("asked %s times %ld lines %u opens %ld writes %ld closes %ld blocks %ld texts %ld\n", name,
-                times, static_cast<unsigned>(LinesOf(LogFile()).size()), asked.opens, asked.writes,
-                asked.closes, asked.blocks, asked.texts);
-    std::fflush(stdout);
-}
-
-void CountExactly()
-{
-    CreateDirectoryW(LogFolder().c_str(), nullptr);
-    const Component component(Plain());
-    if (!CountImportsOf(component.Module())) Component::Quit("nothing to count");
-    const ComPtr<ICrypto> crypto = component.Make<ICrypto>(CLSID_Crypto);
-    long flag = 0;
-    TellCounts("SetPinFlag", 100, [&] { crypto->SetPinFlag(1, &flag); });
-    TellCounts("Hash", 100, [&] { Hash(crypto.Get()); });
-}
-
-// The same counts of a library that does it all wrong.
-void CountPlanted()
-{
-    {
-        const Component component(Plain());  // makes the folder above
-    }
-    CreateDirectoryW(LogFolder().c_str(), nullptr);
-    const HMODULE planted = LoadLibraryW((g_folder + L"\\Planted.dll").c_str());
-    const auto line = reinterpret_cast<void (*)(const wchar_t*)>(
-        reinterpret_cast<void*>(GetProcAddress(planted, "PlantedLine")));
-    const auto growth =
-        reinterpret_cast<void (*)()>(reinterpret_cast<void*>(GetProcAddress(planted, "PlantedGrowth")));
-    if (!line || !growth || !CountImportsOf(planted)) Component::Quit("nothing is planted");
-    const std::wstring path = LogFile();
-    TellCounts("planted", 100, [&] { line(path.c_str()); });
-    TellGrowthOf("planted-growth", 10, 10, growth);
 }
 
 // ---- For a profiler: the same step for five seconds, with what it costs and where the modules lie.
@@ -403,7 +290,6 @@ int Run(const std::wstring& part)
     RemoveDirectoryW(LogFolder().c_str());
     std::puts("END");
     std::fflush(stdout);
-    // The connection to the backend may go with its module.
     return 0;
 }
 
@@ -413,7 +299,7 @@ int Run(const std::wstring& part)
 int wmain(int count, wchar_t** arguments)
 {
     if (count < 3) return 2;
-    kzr::bench::g_folder = arguments[1];
+    kzr::bench::SetFolder(arguments[1]);
     if (count > 3) kzr::bench::g_rounds = _wtoi(arguments[3]);
     CoInitialize(nullptr);
     return kzr::bench::Run(arguments[2]);
