@@ -21,7 +21,8 @@ if(WIN32)
       -Wno-cast-function-type
       -Wno-non-virtual-dtor
       >
-    # Sections let the linker drop what the DLL never calls.
+    # They let the linker drop data that nothing refers to (43 KB of the DLL). Of functions it keeps all that have
+    # unwind information, which is why the rooms below have no sections of their own.
     -ffunction-sections -fdata-sections)
   target_link_options(kzr_flags INTERFACE
     # Named again here, since it brings the library of the stack guard.

@@ -1,6 +1,6 @@
 // The value that guards every stack frame, and the end of a process whose guard is found changed. The
 // runtime's own asks the old cryptographic interface for the value, which loads three libraries on every load
-// of this one, nine tenths of its time.
+// of this one: five sixths of the time that a load took.
 #include <windows.h>
 
 #include <cstdint>

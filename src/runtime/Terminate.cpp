@@ -2,7 +2,7 @@
 #include <cstdlib>
 
 // The last word before the process ends. Its own version prints the exception's type and brings a name
-// demangler along, a seventh of the module's size.
+// demangler along: 69 KB, more than a quarter of the module's size.
 namespace __gnu_cxx {
 
 void __verbose_terminate_handler();
