@@ -24,7 +24,7 @@ at the backend calls.
   objects of the process. Methods that take a container, a CSP name or a library look there.
 - A call that ends in the guard (a fault inside the backend, no memory, an impossible argument) gives the empty answer,
   `0` or an empty text, and the log says `receive a fatal error!!!`. Where `0` stands for success a careful caller
-  therefore looks at what came of it as well: the signature, the file.
+  therefore looks at what came of it as well: the signature, the file. The control's methods end in a script error.
 - "Failure" is a backend call that fails, or that answers with an empty text or with no. What the backend said stands
   in the [log](log.md).
 
