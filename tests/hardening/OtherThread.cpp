@@ -5,29 +5,46 @@
 namespace kzr::test {
 namespace {
 
-// The thread's own: it may outlive the call that started it.
-struct Work {
-    std::function<void()> work;
-    COINIT apartment;
-};
+using Work = std::function<void()>;
+
+DWORD WINAPI Run(void* context)
+{
+    const std::unique_ptr<Work> mine(static_cast<Work*>(context));
+    (*mine)();
+    return 0;
+}
+
+HANDLE Start(const Work& work)
+{
+    auto own = std::make_unique<Work>(work);
+    const HANDLE thread = CreateThread(nullptr, 0, Run, own.get(), 0, nullptr);
+    // The thread's from here on: it may outlive whoever started it.
+    if (thread) static_cast<void>(own.release());
+    return thread;
+}
 
 }  // namespace
 
+Thread::Thread(const std::function<void()>& work) : m_thread(Start(work)) {}
+
+Thread::~Thread()
+{
+    if (m_thread) CloseHandle(m_thread);
+}
+
+bool Thread::Wait(DWORD milliseconds) const
+{
+    return m_thread && WaitForSingleObject(m_thread, milliseconds) == WAIT_OBJECT_0;
+}
+
 bool ComesBackOnAnotherThread(const std::function<void()>& work, DWORD milliseconds, COINIT apartment)
 {
-    const HANDLE thread = CreateThread(
-        nullptr, 0,
-        [](void* context) -> DWORD {
-            const std::unique_ptr<Work> mine(static_cast<Work*>(context));
-            CoInitializeEx(nullptr, mine->apartment);
-            mine->work();
-            CoUninitialize();
-            return 0;
-        },
-        new Work{work, apartment}, 0, nullptr);
-    const bool back = WaitForSingleObject(thread, milliseconds) == WAIT_OBJECT_0;
-    CloseHandle(thread);
-    return back;
+    const Thread thread([work, apartment] {
+        CoInitializeEx(nullptr, apartment);
+        work();
+        CoUninitialize();
+    });
+    return thread.Wait(milliseconds);
 }
 
 }  // namespace kzr::test

@@ -24,10 +24,26 @@ namespace {
 
 constexpr int kThreads = 8;
 
-struct Tally {
+class Tally {
+  public:
     std::atomic<long> failed{0};
     std::atomic<long> cycles{0};
+    // How often all had let go, and how often it was gone then, seen by each thread.
+    std::atomic<long> partings{0};
     std::atomic<long> unloads{0};
+
+    void Fail(int thread, int cycle, const wchar_t* method, const CallResult& called)
+    {
+        // The others have nothing to say that the first has not.
+        if (failed++ == 0)
+            snprintf(m_first, sizeof(m_first), "thread %d, cycle %d: %ls answered %lx (exception %lx)",
+                     thread, cycle, method, called.result, called.exception);
+    }
+    // "" when nothing failed. Not while the threads run.
+    const char* FirstFailure() const { return m_first; }
+
+  private:
+    char m_first[160] = "";
 };
 
 // Each loads the module for itself, makes an object, calls it, and lets all go: whoever is last unloads it.
@@ -35,26 +51,32 @@ void LoadCallUnload(ScriptedBackend& backend, int cycles, Watchdog& watchdog, Ta
 {
     const std::wstring path = QuietDll();
     Gathering all(kThreads);
-    tally.failed += RunInApartments(backend, kThreads, [&](int number) {
+    const int idle = RunInApartments(backend, kThreads, [&](int number) {
         for (int i = 0; i < cycles; ++i) {
             {
                 const TestDll dll(path);
-                const ComPtr<IDispatch> object = dll.Create<IDispatch>(kCrypto.clsid);
+                ComPtr<IDispatch> object;
+                CallResult called;
+                called.result = dll.Create(kCrypto.clsid, IID_IDispatch, object.putVoid());
+                if (!object) tally.Fail(number, i, L"making the object", called);
                 const wchar_t* const method = i % 5 == number % 5 ? L"generateRandom" : L"signedData";
                 const Values arguments = i % 5 == number % 5 ? Values{I2(8)} : Values{L"text", L"c1"};
-                tally.failed += !object || Call(object.Get(), method, arguments).result != S_OK;
+                if (object) called = Call(object.Get(), method, arguments);
+                if (object && called.result != S_OK) tally.Fail(number, i, method, called);
             }
             ++tally.cycles;
             watchdog.Beat("load, call, unload", i);
             // Now and then all have let go, and load it again at the same moment.
             if (i % 4 == 3) {
                 all.Wait();
+                ++tally.partings;
                 tally.unloads += GetModuleHandleW(L"KzrSecX_x64.dll") == nullptr;
                 all.Wait();
             }
             if (number == 0 && i % 50 == 0) backend.ForgetCalls();
         }
     });
+    if (idle > 0) tally.Fail(idle, 0, L"beginning so many threads", {});
 }
 
 KZR_CHILD(LoadsAndUnloadsOnEightThreads)
@@ -79,20 +101,22 @@ KZR_CHILD(LoadsAndUnloadsOnEightThreads)
     // A table of the platform's that doubles grows once in a while; a leak grows every time.
     const std::string before = GrowthBetween(first, second, cycles * kThreads);
     const std::string after = GrowthBetween(second, third, cycles * kThreads);
-    std::printf("%ld cycles, %ld times unloaded, %ld failed, %ld faults unplanned\ngrown: %s, then %s\n",
-                tally.cycles.load(), tally.unloads.load(), tally.failed.load(), FaultCounter::Unplanned(),
+    std::printf("%ld cycles, unloaded %ld of %ld times, %ld faults unplanned\ngrown: %s, then %s\n",
+                tally.cycles.load(), tally.unloads.load(), tally.partings.load(), FaultCounter::Unplanned(),
                 before.c_str(), after.c_str());
+    if (tally.failed != 0) std::printf("%ld failed, first %s\n", tally.failed.load(), tally.FirstFailure());
     Did("reload", tally.cycles, "cycles on eight threads");
     bench.dll->Load();
     if (tally.failed != 0 || FaultCounter::Unplanned() != 0) return 1;
-    if (tally.unloads < tally.cycles / 8) return 2;
+    if (tally.unloads < tally.partings) return 2;
     return before.empty() || after.empty() ? 0 : 3;
 }
 
 TEST(ReloadUnderContention, LeavesNothingBehindAndHangsNobody)
 {
     const ChildResult ended = RunWithoutTextCache("LoadsAndUnloadsOnEightThreads", 300000);
-    EXPECT_EQ(0u, ended.code) << "1: a failed call or fault, 2: never unloaded, 3: growth\n" << ended.output;
+    EXPECT_EQ(0u, ended.code) << "1: a failed call or fault, 2: still loaded when all had let go, 3: growth\n"
+                              << ended.output;
     std::fputs(ended.output.c_str(), stdout);
 }
 
@@ -172,18 +196,49 @@ KZR_CHILD(EndsWithThreadsBusyElsewhere)
     });
 }
 
-int BadEndsOf(const char* part, int times)
+bool EndsBadly(const char* part)
 {
-    int bad = 0;
-    for (int i = 0; i < times; ++i) {
-        const ChildResult ended = RunChild(part, L"", 30000);
-        DeleteFileW(LogPathOf(L"kzr_hardening_tests.exe", ended.processId).c_str());
-        if (ended.code == 0 && ended.output.find(" calls") != std::string::npos) continue;
-        EXPECT_NE(kNotBusy, ended.code) << part << ": nothing was busy when it ended";
-        std::printf("%s ended with %lx: %s\n", part, ended.code, ended.output.c_str());
-        ++bad;
-    }
-    return bad;
+    const ChildResult ended = RunChild(part, L"", 30000);
+    DeleteFileW(LogPathOf(L"kzr_hardening_tests.exe", ended.processId).c_str());
+    if (ended.code == 0 && ended.output.find(" calls") != std::string::npos) return false;
+    EXPECT_NE(kNotBusy, ended.code) << part << ": nothing was busy when it ended";
+    std::printf("%s ended with %lx: %s\n", part, ended.code, ended.output.c_str());
+    return true;
+}
+
+// How many bad ends of so many on either side.
+struct Ends {
+    int times = 0;
+    int inside = 0;
+    int elsewhere = 0;
+};
+
+// What is lost without the component hides what is lost with it.
+bool TellsNothing(const Ends& ends) { return ends.elsewhere * 5 > ends.times; }
+
+// By more than chance does between two that are alike: twice the spread of such a difference.
+bool IsWorse(const Ends& ends)
+{
+    const int more = ends.inside - ends.elsewhere;
+    return more > 0 && more * more > 4 * (ends.inside + ends.elsewhere);
+}
+
+// Both sides in turn, so that they meet the same machine. A platform that loses an end now and then may do so
+// on either side: what a few ends leave open, more of them answer.
+Ends Compare(const char* inside, const char* elsewhere, int times, int more)
+{
+    Ends ends;
+    const auto tryTimes = [&](int wanted) {
+        for (int i = 0; i < wanted; ++i, ++ends.times) {
+            ends.elsewhere += EndsBadly(elsewhere);
+            ends.inside += EndsBadly(inside);
+        }
+    };
+    tryTimes(times);
+    if (ends.inside > ends.elsewhere || TellsNothing(ends)) tryTimes(more);
+    std::printf("%d bad ends of %d with an idle DLL, %d with the component\n", ends.elsewhere, ends.times,
+                ends.inside);
+    return ends;
 }
 
 // The plants: a thread that dies, a module that faults when it hears of the end, a thread that never calls.
@@ -223,14 +278,16 @@ KZR_CHILD(EndsWithAnIdleThread)
 TEST(ProcessEndPlants, AThreadThatDiesIsFound)
 {
     EXPECT_EQ(kThreadDied, RunChild("EndsWithAThreadThatDies").code);
-    EXPECT_EQ(1, BadEndsOf("EndsWithAThreadThatDies", 1));
+    EXPECT_TRUE(EndsBadly("EndsWithAThreadThatDies"));
 }
 
 TEST(ProcessEndPlants, AFaultOfAModuleThatHearsOfTheEndIsFound)
 {
     EXPECT_EQ(kFaultAtEnd, RunChild("EndsWithAModuleThatFaults").code);
-    EXPECT_EQ(1, BadEndsOf("EndsWithAModuleThatFaults", 1));
-    EXPECT_EQ(0, BadEndsOf("EndsWithAQuietModule", 1));
+    const Ends ends = Compare("EndsWithAModuleThatFaults", "EndsWithAQuietModule", 1, 9);
+    EXPECT_EQ(10, ends.inside);
+    EXPECT_FALSE(TellsNothing(ends));
+    EXPECT_TRUE(IsWorse(ends));
 }
 
 TEST(ProcessEndPlants, AThreadThatNeverCallsIsFound)
@@ -238,14 +295,34 @@ TEST(ProcessEndPlants, AThreadThatNeverCallsIsFound)
     EXPECT_EQ(kNotBusy, RunChild("EndsWithAnIdleThread").code);
 }
 
+TEST(ProcessEndPlants, APlatformThatLosesManyEndsItselfTellsNothing)
+{
+    const Ends ends = Compare("EndsWithAQuietModule", "EndsWithAModuleThatFaults", 1, 1);
+    EXPECT_EQ(2, ends.elsewhere);
+    EXPECT_TRUE(TellsNothing(ends));
+}
+
+TEST(ProcessEndPlants, ChanceIsNoFindingAndMoreThanChanceIsOne)
+{
+    EXPECT_FALSE(IsWorse({50, 0, 0}));
+    EXPECT_FALSE(IsWorse({50, 1, 0}));
+    EXPECT_FALSE(IsWorse({50, 4, 0}));
+    EXPECT_TRUE(IsWorse({50, 5, 0}));
+    EXPECT_FALSE(IsWorse({50, 10, 4}));
+    EXPECT_TRUE(IsWorse({50, 15, 4}));
+    EXPECT_FALSE(IsWorse({50, 0, 30}));
+    EXPECT_FALSE(TellsNothing({50, 50, 10}));
+    EXPECT_TRUE(TellsNothing({50, 50, 11}));
+}
+
 TEST(ProcessEnd, WithBusyThreadsIsNoWorseThanWithAnIdleDll)
 {
     const int times = Rounds(10, 200);
-    const int elsewhere = BadEndsOf("EndsWithThreadsBusyElsewhere", times);
-    const int inside = BadEndsOf("EndsWithBusyThreads", times);
-    std::printf("%d bad ends of %d with an idle DLL, %d with the component\n", elsewhere, times, inside);
-    EXPECT_LE(inside, elsewhere);
-    Did("reload", times, "process ends with busy threads");
+    const Ends ends =
+        Compare("EndsWithBusyThreads", "EndsWithThreadsBusyElsewhere", times, std::max(times, 40));
+    EXPECT_FALSE(TellsNothing(ends)) << "this platform loses more than one end in five by itself";
+    EXPECT_FALSE(IsWorse(ends));
+    Did("reload", ends.times, "process ends with busy threads");
 }
 
 }  // namespace

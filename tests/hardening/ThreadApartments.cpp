@@ -1,8 +1,8 @@
 #include "ThreadApartments.h"
 
-#include <thread>
-#include <vector>
+#include <list>
 
+#include "OtherThread.h"
 #include "support/BackendControl.h"
 
 namespace kzr::test {
@@ -36,22 +36,20 @@ RegisteredHere::~RegisteredHere()
 
 int RunInApartments(ScriptedBackend& backend, int threads, const std::function<void(int)>& work)
 {
-    std::atomic<int> failed{0};
-    std::vector<std::thread> running;
+    std::atomic<int> begun{0};
+    std::list<Thread> running;
     for (int i = 0; i < threads; ++i)
         running.emplace_back([&, i] {
-            if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {
-                ++failed;
-                return;
-            }
+            if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) return;
+            ++begun;
             {
                 const RegisteredHere registered(backend);
                 work(i);
             }
             CoUninitialize();
         });
-    for (std::thread& thread : running) thread.join();
-    return failed;
+    for (const Thread& thread : running) thread.Wait();
+    return threads - begun;
 }
 
 }  // namespace kzr::test
