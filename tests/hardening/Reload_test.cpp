@@ -88,6 +88,14 @@ int GrownThing(const ResourceCount& first, const ResourceCount& last)
     return heapGrew ? 1 : 0;
 }
 
+// What kept a cycle from its good end; null when nothing did.
+const char* TroubleOf(Cycle cycle, const TestDll& dll, ScriptedBackend& backend, int number)
+{
+    if (!dll) return "the module is not loaded";
+    if (!cycle(dll, backend, number)) return "what the cycle does failed";
+    return dll.CanUnloadNow() == S_OK ? nullptr : "the module cannot be unloaded";
+}
+
 // What went wrong, 0 when nothing did; see ExpectNoGrowth. `fatalLines`: of each cycle.
 int RunCycles(Cycle cycle, int count, long fatalLines)
 {
@@ -102,7 +110,11 @@ int RunCycles(Cycle cycle, int count, long fatalLines)
             ScriptedBackend backend;
             backend.SetUsers(DefaultUsers());
             const TestDll dll;
-            if (!dll || !cycle(dll, backend, i) || dll.CanUnloadNow() != S_OK) failure = 10 + i;
+            const char* const trouble = TroubleOf(cycle, dll, backend, i);
+            if (trouble) {
+                std::printf("cycle %d: %s\n", i, trouble);
+                failure = 10 + i;
+            }
             const long fatal = FatalLinesIn(log.TakeBytes());
             if (failure == 0 && fatal != fatalLines) {
                 std::printf("%ld fatal lines in cycle %d\n", fatal, i);
@@ -186,7 +198,9 @@ TEST(ReloadPlants, AFaultThatACycleHidesAndItsFatalLinesAreFound)
 
 TEST(ReloadPlants, ACycleThatFailsIsToldBeforeWhatItLeaves)
 {
-    EXPECT_EQ(40u, RunChild("CyclesThatFailAndLeaveAHandle").code);
+    const ChildResult ended = RunChild("CyclesThatFailAndLeaveAHandle");
+    EXPECT_EQ(40u, ended.code);
+    EXPECT_NE(std::string::npos, ended.output.find("cycle 30: what the cycle does failed")) << ended.output;
 }
 
 TEST(Reload, CyclesWithEveryFaultGrowNothing)
