@@ -87,8 +87,7 @@ std::size_t PrefixOf(const LogRecord& record)
 // "" when the record shows the message, or has lost it for want of room.
 std::string Differs(const LogRecord& record, const std::string& message)
 {
-    const std::string status = "status(0), ";
-    const std::size_t prefix = record.lost ? record.raw.size() - 1 : record.raw.find(status) + status.size();
+    const std::size_t prefix = record.lost ? record.raw.size() - 1 : PrefixOf(record);
     const bool fits = prefix + message.size() < kLineBytes;
     if (record.level == "trace" && record.lost != fits && (record.lost || record.message == message))
         return "";
