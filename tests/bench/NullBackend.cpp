@@ -2,7 +2,6 @@
 
 #include <cwchar>
 
-#include "Inserts.h"
 #include "cache/UserTable.h"
 #include "support/ScriptedBackend.h"
 
@@ -61,7 +60,7 @@ STDMETHODIMP NullBackend::Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* para
     } else if (id == kDeviceInfo) {
         const short infoType = parameters->rgvarg[0].iVal;
         result->bstrVal = SysAllocString(Description(infoType));
-        if (m_stretches && infoType == DeviceInfo::kDeviceType && ++m_entries % kStretch == 0)
+        if (infoType == DeviceInfo::kDeviceType && ++m_entries % m_every == 0 && m_stretches)
             m_stretches->Mark();
     } else {
         result->bstrVal = SysAllocString(L"an answer of thirty-two units..");

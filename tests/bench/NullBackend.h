@@ -5,8 +5,7 @@
 
 #include <windows.h>
 
-#include <string>
-#include <utility>
+#include <string_view>
 
 #include "Clock.h"
 #include "support/ControlRefusals.h"
@@ -18,13 +17,16 @@ class NullBackend final : public test::ControlRefusals, public IClassFactory {
     // Stands in for the backend's class in this process until the end.
     HRESULT Register();
     IDispatch* Dispatch() { return this; }
-    void SetUserList(std::wstring list) { m_userList = std::move(list); }
-    // Null: nothing is marked.
-    void MarkEntries(Stretches* stretches)
+    // Has to live until the next one.
+    void SetUserList(std::wstring_view list) { m_userList = list; }
+    // Begins to count entries, with a mark after each `every` of them. Null: nothing is marked.
+    void MarkEntries(Stretches* stretches, int every)
     {
         m_stretches = stretches;
+        m_every = every;
         m_entries = 0;
     }
+    int Entries() const { return m_entries; }
 
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
     STDMETHODIMP_(ULONG) AddRef() override { return 2; }
@@ -48,8 +50,9 @@ class NullBackend final : public test::ControlRefusals, public IClassFactory {
 
   private:
     IUnknown* m_sink = nullptr;
-    std::wstring m_userList;
+    std::wstring_view m_userList;
     Stretches* m_stretches = nullptr;
+    int m_every = 1;
     int m_entries = 0;
 };
 

@@ -271,7 +271,7 @@ int Run(const std::wstring& part)
     else if (part == L"load")
         MeasureLoad();
     else if (part == L"table")
-        MeasureTable(isShort ? 5 : 40);
+        MeasureTable(g_backend, isShort ? 5 : 100);
     else if (part == L"growth")
         MeasureGrowth(isShort ? 50000 : 1000000, isShort ? 60 : 300);
     else if (part == L"exact")
