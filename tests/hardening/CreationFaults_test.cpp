@@ -5,14 +5,16 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 
 #include "Area.h"
+#include "ChildCount.h"
 #include "Holdings.h"
 #include "Methods.h"
 #include "OtherThread.h"
+#include "Planted.h"
 #include "QuietBench.h"
+#include "ThreadApartments.h"
 #include "Watchdog.h"
 
 namespace kzr::test {
@@ -59,9 +61,10 @@ static_assert(kWays == 20);
 // nothing stands for all nine.
 int FirstWay(Step step) { return step == Step::QueryDispatch ? kFaults - 1 : 0; }
 
-void FailAt(ScriptedBackend& backend, Step step, int way)
+void FailAt(ScriptedBackend& backend, Step step, int way, bool leaks)
 {
     StepRule rule;
+    if (leaks) rule.Runs(LeakABlock);
     if (step == Step::QueryDispatch && way < kFaults)
         rule.GivesNull();
     else if (way < kFaults)
@@ -88,11 +91,11 @@ int Complain(const ScriptedClass& made, const Point& point, int way, const char*
     return 1;
 }
 
-int CreateWithFailure(QuietBench& bench, const ScriptedClass& made, const Point& point, int way)
+int CreateWithFailure(QuietBench& bench, const ScriptedClass& made, const Point& point, int way, bool leaks)
 {
     const HRESULT refusal = &made == &kControl ? E_UNEXPECTED : E_FAIL;
     int wrong = 0;
-    FailAt(*bench.backend, point.step, way);
+    FailAt(*bench.backend, point.step, way, leaks);
     const long errors = CountedErrorLines();
     if (const HRESULT answer = MakeAndCall(bench, made); answer != (point.Matters() ? refusal : S_OK))
         wrong += Complain(made, point, way, "another answer", answer);
@@ -107,55 +110,75 @@ int CreateWithFailure(QuietBench& bench, const ScriptedClass& made, const Point&
     return wrong;
 }
 
-KZR_CHILD(CreationsWithFailures)
+// Another object on another thread, where the backend is there, too: it is asked for the users under the
+// backend lock, and the cache is made of them under both, by a control in its first call.
+bool IsMadeOnAnotherThread(QuietBench& bench, const ScriptedClass& made, DWORD milliseconds = kPatience)
+{
+    HRESULT answer = kThrown;
+    std::size_t devices = 0;
+    const bool back = ComesBackOnAnotherThread(
+        [&] {
+            const RegisteredHere registered(*bench.backend);
+            bench.backend->ForgetCalls();
+            answer = MakeAndCall(bench, made);
+            devices = bench.backend->CallsOf(L"GetDeviceInfo");
+            bench.backend->ForgetCalls();
+        },
+        milliseconds, COINIT_APARTMENTTHREADED);
+    if (back && (answer != S_OK || devices == 0))
+        std::printf("%s on another thread answers 0x%lx, with %zu questions about devices\n", made.name,
+                    static_cast<unsigned long>(answer), devices);
+    return back && answer == S_OK && devices != 0;
+}
+
+// Whether one way of each point leaks a block.
+enum class Planting { None, LeakInOneWay };
+
+int CreateInAllWays(Planting planting)
 {
     QuietBench bench;
     Watchdog watchdog(20000);
     int wrong = 0;
     long ways = 0;  // each once, however often it runs
+    long rows = 0, grew = 0;
     for (const ScriptedClass* const made : kScriptedClasses) {
         for (const Point& point : kPoints) {
             std::array<bool, kWays> ran{};
+            const int first = FirstWay(point.step);
+            const int leaking =
+                planting == Planting::None ? -1 : first + static_cast<int>(rows) % (kWays - first);
             const auto everyWay = [&] {
-                for (int way = FirstWay(point.step); way < kWays; ++way) {
+                for (int way = first; way < kWays; ++way) {
                     watchdog.Beat(point.name, way);
-                    wrong += CreateWithFailure(bench, *made, point, way);
+                    wrong += CreateWithFailure(bench, *made, point, way, way == leaking);
                     ran[static_cast<std::size_t>(way)] = true;
                 }
             };
-            const std::string grown = GrowthOf(1, 2, everyWay);
-            if (!grown.empty()) {
+            if (const std::string grown = GrowthOf(1, 2, everyWay); !grown.empty()) {
                 std::printf("GROWN by %s failing at %s: %s\n", made->name, point.name, grown.c_str());
-                ++wrong;
+                ++grew;
             }
             ways += std::ranges::count(ran, true);
-            // Both locks must be free: the creation of another object takes them one after the other.
+            ++rows;
             watchdog.Beat("a creation on another thread");
-            bench.backend->Unregister();
-            if (!ComesBackOnAnotherThread([&] {
-                    ComPtr<IDispatch> object;
-                    bench.dll->Create(made->clsid, IID_IDispatch, object.putVoid());
-                })) {
+            if (!IsMadeOnAnotherThread(bench, *made)) {
                 std::printf("a lock was lost by %s failing at %s\nEND\n", made->name, point.name);
                 std::fflush(stdout);
                 TerminateProcess(GetCurrentProcess(), Watchdog::kExitCode);
             }
-            bench.backend->Register();
         }
     }
     const std::string trouble = bench.Trouble();
-    std::printf("%sWAYS %ld\nEND\n", trouble.c_str(), ways);
+    std::printf("%s", trouble.c_str());
+    PrintCount("ways", ways);
+    PrintCount("points that grew", grew);
+    std::printf("END\n");
     std::fflush(stdout);
-    return wrong == 0 && trouble.empty() ? 0 : 1;
+    return wrong == 0 && grew == 0 && trouble.empty() ? 0 : 1;
 }
 
-// As the child has counted them; 0 when it has not.
-long WaysIn(const std::string& output)
-{
-    constexpr char kWord[] = "WAYS ";
-    const std::size_t at = output.rfind(kWord);
-    return at == std::string::npos ? 0 : std::strtol(output.c_str() + at + std::size(kWord) - 1, nullptr, 10);
-}
+KZR_CHILD(CreationsWithFailures) { return CreateInAllWays(Planting::None); }
+KZR_CHILD(CreationsOfWhichOneWayLeaks) { return CreateInAllWays(Planting::LeakInOneWay); }
 
 TEST(CreationFaults, AtEveryPointOfEveryClassAreAnsweredAndLeaveNothing)
 {
@@ -163,9 +186,42 @@ TEST(CreationFaults, AtEveryPointOfEveryClassAreAnsweredAndLeaveNothing)
     EXPECT_TRUE(ended.started);
     EXPECT_EQ(0u, ended.code) << ended.output;
     EXPECT_NE(std::string::npos, ended.output.find("END")) << ended.output;
-    const long ways = WaysIn(ended.output);
+    const long long ways = CountIn(ended.output, "ways");
     EXPECT_EQ(5 * (7 * kWays + 12), ways) << ended.output;
     Did("backend faults", ways, "ways for a creation to fail");
+}
+
+TEST(PlantedCreationFaults, ABlockForOneWayOfEachPointIsFound)
+{
+    const ChildResult ended = RunWithoutTextCache("CreationsOfWhichOneWayLeaks", 300000);
+    EXPECT_EQ(1u, ended.code) << ended.output;
+    EXPECT_EQ(5 * 8, CountIn(ended.output, "points that grew")) << ended.output;
+    std::size_t told = 0;
+    for (std::size_t at = 0; (at = ended.output.find(": heap blocks", at)) != std::string::npos; ++at) ++told;
+    EXPECT_EQ(5u * 8, told) << ended.output;
+}
+
+// Some thread stays in the backend with both locks in hand.
+KZR_CHILD(CreationsWithoutTheLocks)
+{
+    constexpr DWORD kShortPatience = 500;
+    QuietBench bench;
+    for (const ScriptedClass* const made : kScriptedClasses)
+        if (!IsMadeOnAnotherThread(bench, *made)) return 2;
+    bench.backend->Allow(L"GetDeviceInfo", Answer().Running([] { Sleep(INFINITE); }));
+    if (IsMadeOnAnotherThread(bench, kUtil, kShortPatience)) return 3;
+    AnswerEverything(*bench.backend);
+    int waiting = 0;
+    for (const ScriptedClass* const made : kScriptedClasses)
+        waiting += !IsMadeOnAnotherThread(bench, *made, kShortPatience);
+    TerminateProcess(GetCurrentProcess(), waiting == 5 ? 42 : 4);
+    return 5;
+}
+
+TEST(PlantedCreationFaults, LocksThatAreNotGivenBackAreFound)
+{
+    const ChildResult ended = RunChild("CreationsWithoutTheLocks");
+    EXPECT_EQ(42u, ended.code) << ended.output;
 }
 
 }  // namespace

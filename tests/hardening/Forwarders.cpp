@@ -8,7 +8,10 @@ const wchar_t* const kAnswer = L"20300405101112Z";
 
 std::vector<Forwarder> Make()
 {
-    const Value yes = I2(0), no = I2(-1), text(kAnswer), none(L"");
+    const Value yes = I2(0), no = I2(-1), text(kAnswer), small(L"20300405101112z"), none(L""),
+                users(L"Alice||c1&&&Bob||c2&&&"), devices(L"fact||fact&&&fact||fact&&&");
+    // What the algorithm was before, and is again afterwards.
+    const Values saved = {I4(2049)};
     const auto *const certificate = &kCertificate, *const crypto = &kCrypto, *const device = &kDeviceMgr,
                       *const util = &kUtil, *const control = &kControl;
     return {
@@ -19,6 +22,25 @@ std::vector<Forwarder> Make()
         {certificate, L"getExtCertInfoByOID", {L"1.2.3"}, L"SOF_GetCertInfoByOid", Turns::Text, text},
         {certificate, L"validateCert", {L"chain", L""}, L"Base64EncodeFile", Turns::GoText, I2(0), I2(-1003)},
         {certificate, L"validateCert", {L"chain", L"list"}, L"SetUserConfig", Turns::Ignored, I2(0)},
+        {certificate, L"validateCert", {L"chain", L"list"}, L"SOF_ValidateCert", Turns::Code, I2(0), I2(-1)},
+        {certificate,
+         L"validateCert",
+         {L"chain", L"list"},
+         L"Base64EncodeFile",
+         Turns::GoText,
+         I2(0),
+         I2(-1003),
+         0,
+         {L"list"}},
+        {certificate,
+         L"validateCert",
+         {L"chain", L"list"},
+         L"SetUserConfig",
+         Turns::Ignored,
+         I2(0),
+         {},
+         0,
+         {I4(5), text}},
         {certificate, L"validateCert", {L"", L""}, L"SOF_ValidateCert", Turns::Code, I2(0), I2(-1)},
 
         {crypto, L"signedDataByP7", {L"text", L"c1"}, L"SOF_SignMessage", Turns::Text, text},
@@ -32,9 +54,29 @@ std::vector<Forwarder> Make()
         {crypto, L"checkUser", {L"a", L"b", L"c"}, L"SOF_VerifySignedData", Turns::YesNo, yes},
         {crypto, L"decodeP7Data", {L"text", I2(1)}, L"SOF_GetInfoFromSignedMessage", Turns::Text, text},
         {crypto, L"encryptFile", {L"a", L"b", L"k"}, L"SOF_GetEncryptMethod", Turns::Go, yes, no, 1},
+        {crypto, L"encryptFile", {L"a", L"b", L"k"}, L"SOF_SetEncryptMethod", Turns::GoZero, yes, no, 1},
         {crypto, L"encryptFile", {L"a", L"b", L"k"}, L"SOF_SymEncryptFile", Turns::Success, yes, no, 1},
+        {crypto,
+         L"encryptFile",
+         {L"a", L"b", L"k"},
+         L"SOF_SetEncryptMethod",
+         Turns::Restored,
+         yes,
+         {},
+         1,
+         saved},
         {crypto, L"decryptFile", {L"a", L"b", L"k"}, L"SOF_GetEncryptMethod", Turns::Go, yes, no, 1},
+        {crypto, L"decryptFile", {L"a", L"b", L"k"}, L"SOF_SetEncryptMethod", Turns::GoZero, yes, no, 1},
         {crypto, L"decryptFile", {L"a", L"b", L"k"}, L"SOF_SymDecryptFile", Turns::Success, yes, no, 1},
+        {crypto,
+         L"decryptFile",
+         {L"a", L"b", L"k"},
+         L"SOF_SetEncryptMethod",
+         Turns::Restored,
+         yes,
+         {},
+         1,
+         saved},
         {crypto, L"Hash", {L"text"}, L"SOF_HashData", Turns::Text, text},
         {crypto, L"signFile", {L"file", L"c1"}, L"SOF_SignFile", Turns::Text, text},
         {crypto, L"verifySignFile", {L"f", L"b", L"c"}, L"SOF_VerifySignedFile", Turns::Verdict, yes, no},
@@ -48,9 +90,15 @@ std::vector<Forwarder> Make()
          I4(-1)},
         {crypto, L"getXMLSignatureInfo", {L"<x/>", I4(1)}, L"SOF_GetXMLSignatureInfo", Turns::Text, text},
         {crypto, L"EncStr", {L"key", L"text"}, L"SOF_HashData", Turns::GoText, text, none, 1},
+        {crypto, L"EncStr", {L"key", L"text"}, L"SOF_GetEncryptMethod", Turns::Go, text, none, 1},
+        {crypto, L"EncStr", {L"key", L"text"}, L"SOF_SetEncryptMethod", Turns::GoZero, text, none, 1},
         {crypto, L"EncStr", {L"key", L"text"}, L"SOF_SymEncryptData", Turns::AnyText, text, none, 1},
+        {crypto, L"EncStr", {L"key", L"text"}, L"SOF_SetEncryptMethod", Turns::Restored, text, {}, 1, saved},
         {crypto, L"DecStr", {L"key", L"text"}, L"SOF_HashData", Turns::GoText, text, none, 1},
+        {crypto, L"DecStr", {L"key", L"text"}, L"SOF_GetEncryptMethod", Turns::Go, text, none, 1},
+        {crypto, L"DecStr", {L"key", L"text"}, L"SOF_SetEncryptMethod", Turns::GoZero, text, none, 1},
         {crypto, L"DecStr", {L"key", L"text"}, L"SOF_SymDecryptData", Turns::AnyText, text, none, 1},
+        {crypto, L"DecStr", {L"key", L"text"}, L"SOF_SetEncryptMethod", Turns::Restored, text, {}, 1, saved},
         {crypto, L"SecertSegment", {L"text", I4(3), I4(2), I4(1)}, L"SOF_SecertSegment", Turns::Text, text},
         {crypto, L"SecertRecovery", {L"text"}, L"SOF_SecertRecovery", Turns::Text, text},
         {crypto, L"EncDataByCert", {L"cert", L"text"}, L"SOF_PubKeyEncrypt", Turns::Text, text},
@@ -58,12 +106,20 @@ std::vector<Forwarder> Make()
         {crypto, L"encryptData", {L"key", L"text"}, L"SOF_GetEncryptMethod", Turns::Go, text, none, 1},
         {crypto, L"encryptData", {L"key", L"text"}, L"SOF_SetEncryptMethod", Turns::GoZero, text, none, 1},
         {crypto, L"encryptData", {L"key", L"text"}, L"SOF_SymEncryptData", Turns::AnyText, text, none, 1},
+        {crypto, L"decryptData", {L"key", L"text"}, L"SOF_GetEncryptMethod", Turns::Go, text, none, 1},
+        {crypto, L"decryptData", {L"key", L"text"}, L"SOF_SetEncryptMethod", Turns::GoZero, text, none, 1},
         {crypto, L"decryptData", {L"key", L"text"}, L"SOF_SymDecryptData", Turns::AnyText, text, none, 1},
         {crypto, L"pubKeyEncrypt", {L"cert", L"text"}, L"SOF_PubKeyEncrypt", Turns::Text, text},
         {crypto, L"priKeyDecrypt", {L"c1", L"text"}, L"SOF_PriKeyDecrypt", Turns::Text, text},
         {crypto, L"HashData", {L"text"}, L"SOF_HashData", Turns::Text, text},
+        {crypto, L"EncData", {L"key", L"text"}, L"SOF_GetEncryptMethod", Turns::Go, text, none, 1},
+        {crypto, L"EncData", {L"key", L"text"}, L"SOF_SetEncryptMethod", Turns::GoZero, text, none, 1},
         {crypto, L"EncData", {L"key", L"text"}, L"SOF_SymEncryptData", Turns::AnyText, text, none, 1},
+        {crypto, L"EncData", {L"key", L"text"}, L"SOF_SetEncryptMethod", Turns::Restored, text, {}, 1, saved},
+        {crypto, L"DecData", {L"key", L"text"}, L"SOF_GetEncryptMethod", Turns::Go, text, none, 1},
+        {crypto, L"DecData", {L"key", L"text"}, L"SOF_SetEncryptMethod", Turns::GoZero, text, none, 1},
         {crypto, L"DecData", {L"key", L"text"}, L"SOF_SymDecryptData", Turns::AnyText, text, none, 1},
+        {crypto, L"DecData", {L"key", L"text"}, L"SOF_SetEncryptMethod", Turns::Restored, text, {}, 1, saved},
         {crypto, L"HashFile", {L"file"}, L"SOF_HashFile", Turns::Text, text},
 
         {device, L"userLogin", {L"fact", L"1234"}, L"SOF_Login", Turns::YesNo, yes},
@@ -83,7 +139,33 @@ std::vector<Forwarder> Make()
         {util, L"base64EncodeFile", {L"file"}, L"Base64EncodeFile", Turns::Text, text},
         {util, L"getUserInfoByContainer", {L"c1", I2(1)}, L"SOF_ExportUserCert", Turns::GoText, text, none},
         {util, L"getUserInfoByContainer", {L"c1", I2(1)}, L"SOF_GetCertInfo", Turns::Units, text},
+        {util, L"getUserInfoByContainer", {L"c1", I2(2)}, L"SOF_ExportUserCert", Turns::GoText, text, none},
         {util, L"getUserInfoByContainer", {L"c1", I2(2)}, L"SOF_GetCertEntity", Turns::Value, text},
+        {util, L"getUserInfoByContainer", {L"c1", I2(3)}, L"SOF_GetCertInfo", Turns::Value, text},
+        {util, L"getUserInfoByContainer", {L"c1", I2(4)}, L"SOF_GetCertInfo", Turns::Units, text},
+        {util, L"getUserInfoByContainer", {L"c1", I2(10)}, L"SOF_ExportUserCert", Turns::Signing, L"1"},
+        {util,
+         L"getUserInfoByContainer",
+         {L"c1", I2(10)},
+         L"SOF_ExportExChangeUserCert",
+         Turns::Exchange,
+         L"1"},
+        {util, L"getUserInfoByContainer", {L"c1", I2(11)}, L"SOF_ExportUserCert", Turns::Passed, small},
+        {util,
+         L"getUserInfoByContainer",
+         {L"c1", I2(11)},
+         L"SOF_ExportExChangeUserCert",
+         Turns::Ignored,
+         small},
+        {util, L"getUserInfoByContainer", {L"c1", I2(11)}, L"SOF_GetCertInfo", Turns::Changed, small},
+        {util, L"getUserInfoByContainer", {L"c1", I2(12)}, L"SOF_ExportUserCert", Turns::Ignored, small},
+        {util,
+         L"getUserInfoByContainer",
+         {L"c1", I2(12)},
+         L"SOF_ExportExChangeUserCert",
+         Turns::Passed,
+         small},
+        {util, L"getUserInfoByContainer", {L"c1", I2(12)}, L"SOF_GetCertInfo", Turns::Changed, small},
         {util, L"base64DecodeFile", {L"text", L"file"}, L"Base64DecodeFile", Turns::YesNo, yes},
         {util, L"base64DecodeString", {L"text"}, L"SOF_Base64Decode", Turns::Text, text},
 
@@ -95,8 +177,24 @@ std::vector<Forwarder> Make()
          text,
          none},
         {control, L"getUserInfoByContainer", {L"c1", I2(4)}, L"SOF_GetCertInfo", Turns::Units, text},
-        {control, L"getUserList", {}, L"SOF_GetUserList", Turns::List, L"Alice||c1&&&Bob||c2&&&"},
-        {control, L"GetUSBKeyList", {}, L"GetAllDeviceSN", Turns::List, L"fact||fact&&&fact||fact&&&"},
+        {control,
+         L"getUserInfoByContainer",
+         {L"c1", I2(10)},
+         L"SOF_ExportUserCert",
+         Turns::Signing,
+         L"1",
+         L"0"},
+        {control,
+         L"getUserInfoByContainer",
+         {L"c1", I2(10)},
+         L"SOF_ExportExChangeUserCert",
+         Turns::Exchange,
+         L"1",
+         L"0"},
+        {control, L"getUserList", {}, L"SOF_GetUserList", Turns::List, users},
+        {control, L"getUserList", {}, L"GetDeviceInfo", Turns::Described, users},
+        {control, L"GetUSBKeyList", {}, L"GetAllDeviceSN", Turns::List, devices},
+        {control, L"GetUSBKeyList", {}, L"GetDeviceInfo", Turns::Devices, devices},
     };
 }
 
@@ -105,11 +203,68 @@ Outcome If(bool good, const Value& then, const Value& otherwise, int errorsWhenG
     return {good ? then : otherwise, good ? errorsWhenGood : 1};
 }
 
+// The guard's line, and nothing as the answer.
+Outcome End(const Forwarder& forwarder)
+{
+    Outcome outcome{Value(L""), 1};
+    outcome.ends = true;
+    if (forwarder.isControl()) {
+        outcome.retVal = Empty();
+        outcome.result = DISP_E_EXCEPTION;
+    }
+    return outcome;
+}
+
+// Both as the platform does it.
+bool CanBeCopied(const Value& value)
+{
+    VARIANT copy;
+    VariantInit(&copy);
+    const HRESULT result = VariantCopy(&copy, const_cast<VARIANT*>(&value.Get()));
+    VariantClear(&copy);
+    return SUCCEEDED(result);
+}
+bool BecomesText(const Value& value, std::wstring& text)
+{
+    VARIANT changed;
+    VariantInit(&changed);
+    if (FAILED(VariantChangeType(&changed, const_cast<VARIANT*>(&value.Get()), 0, VT_BSTR))) return false;
+    text = Value::Adopt(changed).AsText();
+    return true;
+}
+
+Outcome OutcomeOfChange(const Forwarder& forwarder, const Value& value)
+{
+    std::wstring text;
+    const bool missing = value.Type() == VT_EMPTY || value.Type() == VT_NULL;
+    if (forwarder.turns == Turns::Described && missing) return {forwarder.good, 0};
+    if (!BecomesText(value, text)) return End(forwarder);
+    if (forwarder.turns == Turns::Described) return {forwarder.good, 0};
+    for (wchar_t& unit : text)
+        if (unit >= L'A' && unit <= L'Z') unit += L'a' - L'A';
+    return {Value(text), 0};
+}
+
+Outcome OutcomeOfCertificate(const Forwarder& forwarder, bool called, bool hasText)
+{
+    if (!called && forwarder.failed.Type() != VT_EMPTY) return {forwarder.failed, 0};
+    return {Value(forwarder.turns == Turns::Signing || hasText ? L"2" : L"1"), 0};
+}
+
 }  // namespace
 
 std::string Forwarder::Name() const
 {
-    return std::string(made->name) + "." + Readable(method) + " with " + Readable(backend);
+    return std::string(made->name) + "." + Readable(method) + Describe(arguments) + " with " +
+           Readable(backend) + (when.empty() ? "" : Describe(when));
+}
+
+void Forwarder::LetAnswer(ScriptedBackend& scripted, const Answer& answer) const
+{
+    if (when.empty())
+        scripted.Allow(backend, answer);
+    else
+        scripted.Allow(backend, when, answer);
 }
 
 const std::vector<Forwarder>& Forwarders()
@@ -120,7 +275,7 @@ const std::vector<Forwarder>& Forwarders()
 
 Outcome OutcomeOf(const Forwarder& forwarder, const Answer& answer)
 {
-    const bool called = SUCCEEDED(answer.result);
+    const bool called = SUCCEEDED(answer.result) && !answer.Unknown();
     const VARIANT& bits = answer.value.Get();
     const bool hasText = bits.vt == VT_BSTR && SysStringLen(bits.bstrVal) > 0;
     const Value none(L"");
@@ -164,9 +319,36 @@ Outcome OutcomeOf(const Forwarder& forwarder, const Answer& answer)
             outcome.anyRetVal = called && hasText;
             return outcome;
         case Turns::Ignored:
-            return {forwarder.good, 0};
+        case Turns::Restored:
+            return {forwarder.good, forwarder.errorsWhenGood};
         case Turns::Value:
             return If(hasText, Value(answer.value.AsText()), none);
+        case Turns::Passed:
+            return CanBeCopied(answer.value) ? Outcome{forwarder.good, 0} : End(forwarder);
+        case Turns::Changed:
+        case Turns::Described:
+            return OutcomeOfChange(forwarder, answer.value);
+        case Turns::Signing:
+        case Turns::Exchange:
+            return OutcomeOfCertificate(forwarder, called, hasText);
+        case Turns::Devices: {
+            if (!called || !hasText) return {none, 0};
+            const std::wstring name = answer.value.AsText(), device = name + L"||" + name + L"&&&";
+            return {Value(device + device), 0};
+        }
+    }
+    return outcome;
+}
+
+// What was stored before the call is the answer: nothing, or all.
+Outcome OutcomeOfFault(const Forwarder& forwarder)
+{
+    Outcome outcome = End(forwarder);
+    if (forwarder.turns == Turns::Restored) {
+        outcome.retVal = forwarder.good;
+        outcome.errorLines += forwarder.errorsWhenGood;
+    } else if (!forwarder.isControl() && forwarder.good.Type() != VT_BSTR) {
+        outcome.retVal = forwarder.good.Type() == VT_I4 ? I4(0) : I2(0);
     }
     return outcome;
 }

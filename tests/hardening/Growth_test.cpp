@@ -4,12 +4,15 @@
 
 #include <atomic>
 #include <cstdio>
+#include <functional>
 
 #include "Area.h"
+#include "ChildCount.h"
 #include "EmptyFolder.h"
 #include "Forwarders.h"
 #include "Holdings.h"
 #include "Methods.h"
+#include "Planted.h"
 #include "QuietBench.h"
 #include "Watchdog.h"
 #include "support/Rounds.h"
@@ -43,6 +46,7 @@ KZR_CHILD(EveryMethodManyTimes)
     Watchdog watchdog(120000);
     const int times = Rounds(1000, 10000);
     int grown = 0;
+    long long calls = 0;
     for (const HardenedMethod& each : AllMethods()) {
         if (each.IsModal()) continue;
         watchdog.Beat(each.made->name, each.method->id);
@@ -59,63 +63,101 @@ KZR_CHILD(EveryMethodManyTimes)
                                 : InvokeWith(object.Get(), each.method->id, arguments, &result)) != S_OK;
             VariantClear(&result);
             bench.backend->ForgetCalls();
+            ++calls;
         });
         grown += Judge(each.Name(), grew);
         if (refused) std::printf("%s refused %d calls\n", each.Name().c_str(), refused);
         grown += refused != 0;
     }
+    PrintCount("calls", calls);
     return EndOfChild(bench, grown);
 }
 
+// What a backend may give besides what is expected of it; the last is no call at all.
+std::vector<Answer> BadAnswersFor(const Forwarder& each)
+{
+    std::vector<Answer> answers;
+    for (const OddResult& odd : OddResults()) {
+        // A user list without marks is taken apart two units at a time, each a user to ask about.
+        if (each.turns != Turns::List || odd.value.AsText().size() < 1000) answers.push_back(odd.value);
+    }
+    for (const HRESULT failure : kFailures) answers.push_back(Fails(failure, L"left"));
+    answers.push_back(UnknownName());
+    return answers;
+}
+
+// A bad answer of one row of the table, by the row's number and its own, as the backend then gives it.
+using Planting = std::function<Answer(std::size_t row, std::size_t number, const Answer& answer)>;
+
+Answer AsItIs(std::size_t, std::size_t, const Answer& answer) { return answer; }
+
+// In one answer of each row, another one in the next row.
+Planting LeakInOneOf(std::size_t answers)
+{
+    return [answers](std::size_t row, std::size_t number, const Answer& answer) {
+        return number == row % answers ? answer.Running(LeakABlock) : answer;
+    };
+}
+
 // What a good call takes, a bad one must give back, too.
-KZR_CHILD(EveryMethodWithBadAnswers)
+int CallWithBadAnswers(const Planting& planting)
 {
     QuietBench bench;
     Watchdog watchdog(120000);
-    const int times = Rounds(4, 40);
+    const int times = Rounds(2, 40);
     int grown = 0;
-    const std::vector<OddResult> results = OddResults();
+    long long given = 0;
     ComPtr<IDispatch> certificate = bench.Make(kCertificate);
-    for (const Forwarder& each : Forwarders()) {
+    for (std::size_t row = 0; row < Forwarders().size(); ++row) {
+        const Forwarder& each = Forwarders()[row];
         watchdog.Beat(each.made->name);
-        // A text that is no date ends in the guard by design.
-        if (each.turns == Turns::Days) continue;
         const ComPtr<IDispatch> object = bench.Make(*each.made);
         Call(certificate.Get(), DISPID{1}, {L"MIIB", I2(1), L""});
-        const auto misbehave = [&](const Answer& answer) {
+        const auto answer = [&](const Answer& answered) {
             bench.backend->ForgetEverything();
             AnswerEverything(*bench.backend);
-            bench.backend->Allow(each.backend, answer);
+            each.LetAnswer(*bench.backend, answered);
             Call(object.Get(), each.method, each.arguments);
         };
+        const std::vector<Answer> answers = BadAnswersFor(each);
         const std::string grew = GrowthOf(2, times, [&] {
-            for (const OddResult& odd : results) {
-                // A user list without marks is taken apart two units at a time, each a user to ask about.
-                if (each.turns != Turns::List || odd.value.AsText().size() < 1000) misbehave(odd.value);
+            for (std::size_t number = 0; number < answers.size(); ++number, ++given) {
+                answer(planting(row, number, answers[number]));
+                bench.plannedFatalLines += OutcomeOf(each, answers[number]).ends;
             }
-            for (const HRESULT failure : kFailures) misbehave(Fails(failure, L"left"));
-            misbehave(UnknownName());
             // Back to where the list of users was.
-            misbehave(each.good);
-            bench.backend->SetUsers(DefaultUsers());
+            bench.backend->ForgetEverything();
+            AnswerEverything(*bench.backend);
+            Call(object.Get(), each.method, each.arguments);
             bench.Make(kUtil);
             bench.backend->ForgetCalls();
         });
         grown += Judge(each.Name(), grew);
     }
+    PrintCount("bad answers", given);
+    PrintCount("rows that grew", grown);
     certificate.Reset();
     return EndOfChild(bench, grown);
 }
 
+KZR_CHILD(EveryMethodWithBadAnswers) { return CallWithBadAnswers(AsItIs); }
+// The last one makes no call that could leak, and the table's List rows have one less.
+KZR_CHILD(BadAnswersOfWhichOneLeaks)
+{
+    return CallWithBadAnswers(LeakInOneOf(OddResults().size() + std::size(kFailures) - 1));
+}
+
 // Nor may a call that the guard ended keep anything.
-KZR_CHILD(EveryMethodWithFaults)
+int CallWithFaults(const Planting& planting)
 {
     QuietBench bench;
     Watchdog watchdog(120000);
-    const int times = Rounds(4, 40);
+    const int times = Rounds(2, 40);
     int grown = 0;
+    long long raised = 0;
     ComPtr<IDispatch> certificate = bench.Make(kCertificate);
-    for (const Forwarder& each : Forwarders()) {
+    for (std::size_t row = 0; row < Forwarders().size(); ++row) {
+        const Forwarder& each = Forwarders()[row];
         watchdog.Beat(each.made->name);
         const ComPtr<IDispatch> object = bench.Make(*each.made);
         AnswerEverything(*bench.backend);
@@ -123,21 +165,28 @@ KZR_CHILD(EveryMethodWithFaults)
         // connected.
         if (each.isControl()) Call(object.Get(), L"getUserList");
         const std::string grew = GrowthOf(2, times, [&] {
+            std::size_t number = 0;
             for (const FaultKind kind : kAllFaults) {
                 bench.backend->ForgetEverything();
                 AnswerEverything(*bench.backend);
                 Call(certificate.Get(), DISPID{1}, {L"MIIB", I2(1), L""});
-                bench.backend->Allow(each.backend, Faults(kind));
+                each.LetAnswer(*bench.backend, planting(row, number++, Faults(kind)));
                 Call(object.Get(), each.method, each.arguments);
                 ++bench.plannedFatalLines;
+                ++raised;
             }
             bench.backend->ForgetCalls();
         });
         grown += Judge(each.Name(), grew);
     }
+    PrintCount("faults", raised);
+    PrintCount("rows that grew", grown);
     certificate.Reset();
     return EndOfChild(bench, grown);
 }
+
+KZR_CHILD(EveryMethodWithFaults) { return CallWithFaults(AsItIs); }
+KZR_CHILD(FaultsOfWhichOneKindLeaks) { return CallWithFaults(LeakInOneOf(std::size(kAllFaults))); }
 
 class Outer final : public IUnknown {
   public:
@@ -167,6 +216,7 @@ KZR_CHILD(EveryClassManyTimes)
                    {"CDeviceMgr", kDeviceMgr.clsid},          {"CUtil", kUtil.clsid},
                    {"CUSBKeyPnPActiveXCtrl", kControl.clsid}, {"the property page", kPropertyPage}};
     int grown = 0;
+    long long objects = 0;
     for (const auto& each : classes) {
         for (const bool aggregated : {false, true}) {
             watchdog.Beat(each.name, aggregated);
@@ -177,6 +227,7 @@ KZR_CHILD(EveryClassManyTimes)
                 const HRESULT made = bench.dll->Create(each.clsid, IID_IUnknown, object.putVoid(),
                                                        aggregated ? &outer : nullptr);
                 refused += made != S_OK;
+                objects += made == S_OK;
                 // The control's window comes with the first call.
                 ComPtr<IDispatch> dispatch;
                 if (object && SUCCEEDED(object->QueryInterface(IID_IDispatch, dispatch.putVoid())))
@@ -192,6 +243,7 @@ KZR_CHILD(EveryClassManyTimes)
             grown += refused != 0 || outer.References() != 1;
         }
     }
+    PrintCount("objects", objects);
     return EndOfChild(bench, grown);
 }
 
@@ -236,48 +288,76 @@ KZR_CHILD(TheAboutBoxManyTimes)
     WaitForSingleObject(thread, INFINITE);
     CloseHandle(thread);
     int grown = Judge("AboutBox", grew) + (refused != 0);
-    std::printf("%d dialogs closed, %d refused\n", closer.closed.load(), refused);
+    if (refused) std::printf("%d refused\n", refused);
+    PrintCount("dialogs", closer.closed.load());
     grown += closer.closed < 20;
     control.Reset();
     return EndOfChild(bench, grown);
 }
 
-void ExpectNoGrowth(const char* part)
+// Tells of what the child has done, which is no less than asked for.
+void ExpectNoGrowth(const char* part, const char* what, long long least)
 {
     const ChildResult ended = RunWithoutTextCache(part, 580000);
     EXPECT_TRUE(ended.started);
     EXPECT_EQ(0u, ended.code) << ended.output;
     EXPECT_NE(std::string::npos, ended.output.find("END")) << ended.output;
+    const long long done = CountIn(ended.output, what);
+    EXPECT_LE(least, done) << ended.output;
+    Did("growth", done, what);
+}
+
+long long BadAnswersOfAllRows()
+{
+    long long count = 0;
+    for (const Forwarder& each : Forwarders()) count += static_cast<long long>(BadAnswersFor(each).size());
+    return count;
 }
 
 TEST(Growth, EveryMethodCalledAThousandTimesLeavesNothing)
 {
-    ExpectNoGrowth("EveryMethodManyTimes");
-    Did("growth", 89LL * Rounds(1000, 10000), "calls");
+    ExpectNoGrowth("EveryMethodManyTimes", "calls", 89LL * Rounds(1000, 10000));
 }
 
 TEST(Growth, BadAnswersOfTheBackendLeaveNothing)
 {
-    ExpectNoGrowth("EveryMethodWithBadAnswers");
-    Did("growth", static_cast<long long>(Forwarders().size() - 1) * 34 * Rounds(4, 40), "bad answers");
+    ExpectNoGrowth("EveryMethodWithBadAnswers", "bad answers", BadAnswersOfAllRows() * Rounds(2, 40));
 }
 
 TEST(Growth, FaultsOfTheBackendLeaveNothing)
 {
-    ExpectNoGrowth("EveryMethodWithFaults");
-    Did("growth", static_cast<long long>(Forwarders().size()) * 9 * Rounds(4, 40), "faults");
+    const auto kinds = static_cast<long long>(Forwarders().size() * std::size(kAllFaults));
+    ExpectNoGrowth("EveryMethodWithFaults", "faults", kinds * Rounds(2, 40));
 }
 
 TEST(Growth, EveryClassMadeAThousandTimesPlainAndAggregatedLeavesNothing)
 {
-    ExpectNoGrowth("EveryClassManyTimes");
-    Did("growth", 12LL * Rounds(1000, 10000), "objects");
+    ExpectNoGrowth("EveryClassManyTimes", "objects", 12LL * Rounds(1000, 10000));
 }
 
-TEST(Growth, TheAboutBoxLeavesNothing)
+TEST(Growth, TheAboutBoxLeavesNothing) { ExpectNoGrowth("TheAboutBoxManyTimes", "dialogs", 20); }
+
+// The same rounds, and each row of the table grows.
+void ExpectGrowthOfAll(const char* part)
 {
-    ExpectNoGrowth("TheAboutBoxManyTimes");
-    Did("growth", 10, "dialogs");
+    const auto rows = static_cast<long long>(Forwarders().size());
+    const ChildResult ended = RunWithoutTextCache(part, 580000);
+    EXPECT_EQ(static_cast<DWORD>(rows), ended.code) << ended.output;
+    EXPECT_NE(std::string::npos, ended.output.find("END")) << ended.output;
+    EXPECT_EQ(rows, CountIn(ended.output, "rows that grew")) << ended.output;
+    std::size_t told = 0;
+    for (std::size_t at = 0; (at = ended.output.find(": heap blocks", at)) != std::string::npos; ++at) ++told;
+    EXPECT_EQ(rows, static_cast<long long>(told)) << ended.output;
+}
+
+TEST(PlantedGrowth, OfABlockForOneBadAnswerOfEachRowIsFound)
+{
+    ExpectGrowthOfAll("BadAnswersOfWhichOneLeaks");
+}
+
+TEST(PlantedGrowth, OfABlockForOneKindOfFaultOfEachRowIsFound)
+{
+    ExpectGrowthOfAll("FaultsOfWhichOneKindLeaks");
 }
 
 }  // namespace

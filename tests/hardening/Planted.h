@@ -1,6 +1,8 @@
 // The planted bugs, called like the component.
 #pragma once
 
+#include <cstdlib>
+
 #include "com/ComPtr.h"
 #include "fakes/planted/PlantedBugs.h"
 #include "support/Dispatch.h"
@@ -16,5 +18,8 @@ inline CallResult CallPlanted(IDispatch* object, Bug bug, const Values& argument
 {
     return Call(object, static_cast<DISPID>(bug), arguments);
 }
+
+// A small block of this process.
+inline void LeakABlock() { static_cast<volatile char*>(std::malloc(24))[0] = 1; }
 
 }  // namespace kzr::test

@@ -12,9 +12,7 @@
 namespace kzr::test {
 namespace {
 
-constexpr int kTimes = 50;
-
-// Each leak in turn, and no bug: what the count of holdings says, a line each.
+// Each leak in turn, and no bug, once and often: what the count of holdings says, a line each.
 KZR_CHILD(PlantedLeaks)
 {
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
@@ -25,10 +23,11 @@ KZR_CHILD(PlantedLeaks)
         Bug bug;
     } leaks[] = {{"none", Bug::None},         {"heap", Bug::HeapLeak}, {"text", Bug::TextLeak},
                  {"handle", Bug::HandleLeak}, {"slot", Bug::SlotLeak}, {"window", Bug::WindowLeak}};
-    for (const auto& leak : leaks) {
-        const std::string grown = GrowthOf(kTimes, kTimes, [&] { CallPlanted(object.Get(), leak.bug); });
-        std::printf("%s: %s.\n", leak.name, grown.c_str());
-    }
+    for (const int times : {50, 1})
+        for (const auto& leak : leaks) {
+            const std::string grown = GrowthOf(50, times, [&] { CallPlanted(object.Get(), leak.bug); });
+            std::printf("%s %d: %s.\n", leak.name, times, grown.c_str());
+        }
     std::puts("END");
     return 0;
 }
@@ -37,9 +36,19 @@ TEST(Plants, ALeakOfEachKindIsFound)
 {
     const ChildResult ended = RunWithoutTextCache("PlantedLeaks", 60000);
     EXPECT_EQ(0u, ended.code) << ended.output;
-    for (const char* const found : {"none: .", "heap: heap blocks", "text: ", "texts ", "handle: handles",
-                                    "slot: free thread-local slots", "window: ", "windows ", "END"})
-        EXPECT_NE(std::string::npos, ended.output.find(found)) << found << " in\n" << ended.output;
+    for (const int times : {50, 1}) {
+        const std::string often = " " + std::to_string(times) + ": ";
+        EXPECT_NE(std::string::npos, ended.output.find("none" + often + ".")) << ended.output;
+        for (const auto& [leak, found] :
+             {std::pair("heap", "heap blocks"), std::pair("text", "texts"), std::pair("handle", "handles"),
+              std::pair("slot", "free thread-local slots"), std::pair("window", "windows")}) {
+            const std::size_t line = ended.output.find(leak + often);
+            ASSERT_NE(std::string::npos, line) << leak << often << "in\n" << ended.output;
+            const std::string told = ended.output.substr(line, ended.output.find('\n', line) - line);
+            EXPECT_NE(std::string::npos, told.find(found)) << told;
+        }
+    }
+    EXPECT_NE(std::string::npos, ended.output.find("END")) << ended.output;
 }
 
 TEST(Plants, AReadBeyondATextIsFound)

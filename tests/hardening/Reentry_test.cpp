@@ -66,6 +66,7 @@ class Reentry : public QuietTest {
         const std::wstring_view name(each.backend);
         if (name == L"SOF_GetUserList") return Value(UserListOf(DefaultUsers()));
         if (name == L"GetAllDeviceSN") return L"SN01;SN02;";
+        if (name == L"GetDeviceInfo") return L"fact";
         if (name == L"SOF_GetPinRetryCount") return I4(7);
         if (name == L"SOF_ValidateCert" || name == L"SOF_SetEncryptMethod") return I4(0);
         if (name == L"SOF_GetEncryptMethod") return I4(2049);
