@@ -63,22 +63,30 @@ class MalformedTexts : public QuietTest {
 
     IDispatch* ObjectOf(const HardenedMethod& each) { return m_objects[each.made].Get(); }
 
-    // By `Invoke` and, where there is one, by the table; the other arguments are good ones.
-    void PassAt(const HardenedMethod& each, std::size_t place, const GuardedText& text)
+    // By `Invoke` and, where there is one, by the table; the other arguments are good ones. `what` is told of
+    // the text when a call fails.
+    void PassAt(const HardenedMethod& each, std::size_t place, const GuardedText& text,
+                const std::string& what)
     {
+        const auto where = [&](const char* way) {
+            return what + " as argument " + std::to_string(place) + " of " + each.Name() + way;
+        };
         const Values samples = SamplesFor(*each.method);
         std::vector<VARIANT> arguments = BitsOf(samples);
         arguments[place].vt = VT_BSTR;
         arguments[place].bstrVal = text.Get();
         VARIANT result;
         VariantInit(&result);
-        EXPECT_EQ(S_OK, InvokeWith(ObjectOf(each), each.method->id, arguments, &result)) << each.Name();
+        EXPECT_EQ(S_OK, InvokeWith(ObjectOf(each), each.method->id, arguments, &result))
+            << where(" by Invoke");
         VariantClear(&result);
         ++calls;
+        ASSERT_EQ(0, FaultCounter::Unplanned()) << where(" by Invoke: ") << FaultCounter::FirstUnplanned();
         if (each.isControl) return;
 
-        EXPECT_EQ(S_OK, CallByTable(ObjectOf(each), each, arguments)) << each.Name();
+        EXPECT_EQ(S_OK, CallByTable(ObjectOf(each), each, arguments)) << where(" by the table");
         ++calls;
+        ASSERT_EQ(0, FaultCounter::Unplanned()) << where(" by the table: ") << FaultCounter::FirstUnplanned();
     }
 
     long long calls = 0;
@@ -97,20 +105,20 @@ TEST_F(MalformedTexts, ThatEndAtAForbiddenPageAreReadNoFurther)
         for (std::size_t k = 0; k < std::size(kContents); ++k) {
             const std::wstring text = Filled(kContents[k], kLengths[l]);
             const GuardedText guarded(text);
+            const std::string what = std::to_string(kLengths[l]) + " units of kind " + std::to_string(k) +
+                                     " (" + Readable(kContents[k]) + ")";
             std::size_t turn = l;
             for (const HardenedMethod& each : AllMethods()) {
                 for (std::size_t place = 0; place < each.method->parameters.size(); ++place) {
                     if (each.method->parameters[place].type != VT_BSTR) continue;
                     if (kinds == 1 && turn++ % std::size(kContents) != k) continue;
                     watchdog.Beat(each.made->name, each.method->id);
-                    PassAt(each, place, guarded);
-                    ASSERT_EQ(0, FaultCounter::Unplanned())
-                        << kLengths[l] << " units of kind " << k << " as argument " << place << " of "
-                        << each.Name() << ": " << FaultCounter::FirstUnplanned();
+                    PassAt(each, place, guarded, what);
+                    if (HasFatalFailure()) return;
                     backend->ForgetCalls();
                 }
             }
-            EXPECT_TRUE(guarded.IsUntouched(text)) << kLengths[l] << " units of kind " << k;
+            EXPECT_TRUE(guarded.IsUntouched(text)) << what;
         }
     }
     EXPECT_EQ(kinds == 1 ? 40 * (153 * 2 + 8) : 40 * 16 * (153 * 2 + 8), calls);
@@ -128,11 +136,11 @@ TEST_F(MalformedTexts, OfAHundredMebibytesAreAnswered)
         for (std::size_t place = 0; place < each.method->parameters.size(); ++place)
             if (each.method->parameters[place].type == VT_BSTR) {
                 watchdog.Beat(each.made->name, each.method->id);
-                PassAt(each, place, guarded);
+                PassAt(each, place, guarded, "100 MiB and a unit");
+                if (HasFatalFailure()) return;
                 backend->ForgetCalls();
             }
     EXPECT_EQ(153 * 2 + 8, calls);
-    EXPECT_EQ(0, FaultCounter::Unplanned()) << FaultCounter::FirstUnplanned();
     EXPECT_TRUE(guarded.IsUntouched(text));
     Did("malformed calls", calls, "calls with a text of 100 MiB and more");
 }
@@ -204,15 +212,18 @@ TEST_F(MalformedTexts, AndOtherFuzzingValuesInBothOrdersAreAnsweredByTheirTypes)
             negative |= number < 0 && std::wstring_view(parameters[i].name) == L"nMaxLen";
         }
         plannedFatalLines += convertible && negative;
+        const auto where = [&] {
+            return each.Name() + " from value " + std::to_string(first) + (reversed ? " backwards" : "");
+        };
         VARIANT result;
         VariantInit(&result);
         watchdog.Beat(each.made->name, each.method->id);
         const HRESULT answer = InvokeWith(ObjectOf(each), each.method->id, arguments, &result);
         if (convertible)
-            EXPECT_EQ(S_OK, answer) << each.Name() << " from value " << first;
+            EXPECT_EQ(S_OK, answer) << where();
         else
             EXPECT_TRUE(answer == DISP_E_TYPEMISMATCH || answer == DISP_E_OVERFLOW)
-                << std::hex << answer << ": " << each.Name() << std::dec << " from value " << first;
+                << std::hex << answer << ": " << where();
         VariantClear(&result);
         ++calls;
     };

@@ -55,6 +55,7 @@ void MixedUse::Step()
 {
     ++m_steps;
     const unsigned what = Any(100);
+    Remember(what);
     if (m_held.empty() || what < 3)
         MakeOne();
     else if (what < 6)
@@ -75,6 +76,12 @@ std::string MixedUse::Describe() const
            std::to_string(m_events) + " events";
 }
 
+void MixedUse::Remember(std::uint64_t what)
+{
+    constexpr std::uint64_t kPrime = 0x100000001B3;
+    m_story = (m_story ^ what) * kPrime;
+}
+
 void MixedUse::Complain(const std::string& what, HRESULT answer)
 {
     if (++m_troubles > kMostTroubles) return;
@@ -89,6 +96,7 @@ void MixedUse::MakeOne()
     if (m_held.size() >= kMostObjects) return DropOne();
     Held held{kScriptedClasses[Any(std::size(kScriptedClasses))], nullptr, nullptr};
     const HRESULT made = m_dll.Create(held.made->clsid, IID_IDispatch, held.object.putVoid());
+    Remember(static_cast<std::uint64_t>(made));
     if (FAILED(made) || !held.object) return Complain(std::string("making ") + held.made->name, made);
     if (held.made == &kControl) {
         // The first call gives it its window.
@@ -179,9 +187,11 @@ void MixedUse::CallOne()
         asDeclared &= values.back().Type() == parameter.type;
     }
     ++m_calls;
+    Remember(static_cast<std::uint64_t>(method - methods.data()));
     HRESULT answer = S_OK;
     if (asDeclared && !method->isControl && Any(2) == 0) {
         answer = CallByTable(held.object.Get(), *method, BitsOf(values));
+        Remember(static_cast<std::uint64_t>(answer));
         if (answer != S_OK) Complain(method->Name() + " by the table", answer);
         return;
     }
@@ -189,7 +199,9 @@ void MixedUse::CallOne()
     VARIANT result;
     VariantInit(&result);
     answer = InvokeWith(held.object.Get(), method->method->id, BitsOf(values), Any(10) ? &result : nullptr);
+    Remember(result.vt);
     VariantClear(&result);
+    Remember(static_cast<std::uint64_t>(answer));
     m_refused += FAILED(answer);
     if (!IsKnownAnswer(answer)) Complain(method->Name() + test::Describe(values), answer);
 }
@@ -203,6 +215,7 @@ void MixedUse::LookAtOne()
     IDispatch* const object = m_held[Any(static_cast<unsigned>(m_held.size()))].object.Get();
     ComPtr<IUnknown> found;
     const HRESULT asked = object->QueryInterface(interfaces[Any(std::size(interfaces))], found.putVoid());
+    Remember(static_cast<std::uint64_t>(asked));
     if (SUCCEEDED(asked) != static_cast<bool>(found)) Complain("QueryInterface", asked);
 
     std::wstring name = AnyText();
@@ -226,11 +239,12 @@ void MixedUse::FireEvent()
     m_backend.FireEvent(static_cast<DISPID>(Any(5)));
     PumpMessages();
     ++m_events;
-    for (std::size_t i = 0; i < m_held.size(); ++i)
-        if (m_held[i].sink && m_held[i].sink->events != before[i] + 1)
-            Complain(
-                "an event was heard " + std::to_string(m_held[i].sink->events - before[i]) + " times and",
-                S_OK);
+    for (std::size_t i = 0; i < m_held.size(); ++i) {
+        if (!m_held[i].sink) continue;
+        const int heard = m_held[i].sink->events - before[i];
+        Remember(static_cast<std::uint64_t>(heard));
+        if (heard != 1) Complain("an event was heard " + std::to_string(heard) + " times and", S_OK);
+    }
 }
 
 }  // namespace kzr::test

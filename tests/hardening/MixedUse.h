@@ -2,6 +2,7 @@
 // every way, looks at their interfaces, fires events. The same seed does the same again.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <random>
 #include <string>
@@ -34,6 +35,8 @@ class MixedUse {
     const std::string& Trouble() const { return m_trouble; }
     std::string Describe() const;
     long long Calls() const { return m_calls; }
+    // A number made of all that was done and answered: another one for another story.
+    std::uint64_t Story() const { return m_story; }
 
   private:
     struct Held {
@@ -45,6 +48,7 @@ class MixedUse {
 
     unsigned Any(unsigned limit) { return static_cast<unsigned>(m_random() % limit); }
     void Complain(const std::string& what, HRESULT answer);
+    void Remember(std::uint64_t what);
     void MakeOne();
     void DropOne();
     void CallOne();
@@ -61,6 +65,7 @@ class MixedUse {
     std::vector<Held> m_held;
     std::string m_trouble;
     int m_troubles = 0;
+    std::uint64_t m_story = 0;
     long long m_steps = 0, m_calls = 0, m_refused = 0, m_made = 0, m_events = 0;
 };
 
