@@ -30,7 +30,7 @@ class FrameLibrary : public OnEachClass {
         ComPtr<ITypeLib> library;
         m_notRegistered = LoadRegTypeLib(kLibrary, 1, 0, LOCALE_USER_DEFAULT, library.put());
         ASSERT_TRUE(FAILED(m_notRegistered)) << "the library is registered; this test needs that it is not";
-        const std::wstring copy = CopyDllToOwnFolder(m_folder);
+        const std::wstring& copy = m_copy.Path();
         ASSERT_TRUE(HideLibrary(copy));
         ASSERT_TRUE(FAILED(LoadTypeLibEx(copy.c_str(), REGKIND_NONE, library.put())));
         UseDll(copy);
@@ -41,8 +41,6 @@ class FrameLibrary : public OnEachClass {
     {
         Unregister();
         ComponentTest::TearDown();
-        DeleteFileW((m_folder + L"KzrSecX_x64.dll").c_str());
-        RemoveDirectoryW(m_folder.c_str());
     }
 
     void Register()
@@ -64,7 +62,7 @@ class FrameLibrary : public OnEachClass {
     HRESULT m_notRegistered = S_OK;
 
   private:
-    std::wstring m_folder;
+    const DllCopy m_copy;
     bool m_registered = false;
 };
 

@@ -100,19 +100,15 @@ TEST_F(LogWriter, WithoutTheFolderTheLinesGoToStandardOutput)
 
 // The library stays loaded once it is in use, so these run in processes of their own.
 
-constexpr wchar_t kFakeVariable[] = L"KZR_FAKE";
+constexpr wchar_t kCopyVariable[] = L"KZR_DLL_COPY";
 
-// Loads a copy of the DLL with the fake that the environment names beside it, and makes an object.
+// Loads the copy of the DLL that the environment names, which has a fake beside it, and makes an object.
 KZR_CHILD(MakesAnObjectWithAFakeBesideTheDll)
 {
-    wchar_t wide[64] = {};
-    GetEnvironmentVariableW(kFakeVariable, wide, 64);
-    const std::string fake = ToNarrow(wide);
+    wchar_t path[1024] = {};
+    GetEnvironmentVariableW(kCopyVariable, path, 1024);
     CoInitialize(nullptr);
     int failure = 0;
-    std::wstring folder;
-    const std::wstring path = CopyDllToOwnFolder(folder);
-    PutFakeLogLibrary(fake.c_str(), folder);
     {
         LogReader log;
         ScriptedBackend backend;
@@ -129,17 +125,19 @@ KZR_CHILD(MakesAnObjectWithAFakeBesideTheDll)
     return failure;
 }
 
-ChildResult RunWithFake(const wchar_t* fake)
+ChildResult RunWithFake(const char* fake)
 {
-    SetEnvironmentVariableW(kFakeVariable, fake);
+    const DllCopy copy;
+    PutFakeLogLibrary(fake, copy.Folder());
+    SetEnvironmentVariableW(kCopyVariable, copy.Path().c_str());
     const ChildResult ended = RunChild("MakesAnObjectWithAFakeBesideTheDll");
-    SetEnvironmentVariableW(kFakeVariable, nullptr);
+    SetEnvironmentVariableW(kCopyVariable, nullptr);
     return ended;
 }
 
 TEST_F(LogWriter, ALibraryBesideTheDllGetsTheLinesInsteadOfTheFile)
 {
-    const ChildResult ended = RunWithFake(L"Whole");
+    const ChildResult ended = RunWithFake("Whole");
     EXPECT_EQ(0u, ended.code);
     EXPECT_NE(std::string::npos, ended.output.find("0 records in the file")) << ended.output;
     EXPECT_NE(std::string::npos, ended.output.find("LogInitializeA(KzrSecX)\r\nLogOutputA(KzrSecX, Crypto, "))
@@ -151,7 +149,7 @@ TEST_F(LogWriter, ALibraryBesideTheDllGetsTheLinesInsteadOfTheFile)
 
 TEST_F(LogWriter, ALibraryThatLacksAnEntryLeavesTheLinesInTheFile)
 {
-    const ChildResult ended = RunWithFake(L"WithoutLogTerminateA");
+    const ChildResult ended = RunWithFake("WithoutLogTerminateA");
     EXPECT_EQ(0u, ended.code);
     EXPECT_EQ(std::string::npos, ended.output.find("LogOutputA(")) << ended.output;
     EXPECT_EQ(std::string::npos, ended.output.find("\n0 records")) << ended.output;
@@ -161,7 +159,7 @@ TEST_F(LogWriter, ALibraryThatLacksAnEntryLeavesTheLinesInTheFile)
 
 TEST_F(LogWriter, ALibraryThatFaultsChangesNothingButTheLog)
 {
-    const ChildResult ended = RunWithFake(L"Faulting");
+    const ChildResult ended = RunWithFake("Faulting");
     EXPECT_EQ(0u, ended.code) << ended.output;
     EXPECT_NE(std::string::npos, ended.output.find("signedData ending ok...")) << ended.output;
 }

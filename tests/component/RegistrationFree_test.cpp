@@ -33,26 +33,19 @@ class RegistrationFree : public testing::Test {
                                     L"TypeLib\\{B006C93F-3057-4F95-8184-9382035E26FB}", L"TOLVSecCOM.Util"})
             ASSERT_FALSE(IsRegistered(name))
                 << Readable(name) << " is registered: the test would show nothing";
-        m_files = {CopyDllToOwnFolder(m_folder)};
         m_host = CopyBeside(L"kzr_regfree_host.exe");
         CopyBeside(L"kzr_test_backend.dll");
-    }
-    void TearDown() override
-    {
-        for (const std::wstring& file : m_files) DeleteFileW(file.c_str());
-        RemoveDirectoryW(m_folder.c_str());
     }
 
     std::wstring CopyBeside(const wchar_t* name)
     {
-        const std::wstring copy = m_folder + name;
+        const std::wstring copy = m_dll.Folder() + name;
         EXPECT_TRUE(CopyFileW((OwnFolder() + name).c_str(), copy.c_str(), FALSE)) << Readable(name);
-        m_files.push_back(copy);
         return copy;
     }
 
-    std::wstring m_folder, m_host;
-    std::vector<std::wstring> m_files;
+    const DllCopy m_dll;
+    std::wstring m_host;
 };
 
 TEST_F(RegistrationFree, AHostMakesAllFourObjectsByItsManifest)
@@ -76,7 +69,7 @@ TEST_F(RegistrationFree, AHostMakesAllFourObjectsByItsManifest)
 
 TEST_F(RegistrationFree, TheHostFailsWithoutTheModuleBesideIt)
 {
-    ASSERT_TRUE(DeleteFileW(m_files[0].c_str()));
+    ASSERT_TRUE(DeleteFileW(m_dll.Path().c_str()));
     const ChildResult ended = RunChild("", m_host);
     ASSERT_TRUE(ended.started);
     EXPECT_NE(0u, ended.code) << "what made the objects was not that module: " << ended.output;

@@ -17,6 +17,11 @@ Entry EntryOf(const char* name)
     return reinterpret_cast<Entry>(reinterpret_cast<void*>(found));
 }
 
+struct QuietCopy {
+    QuietCopy() { PutFakeLogLibrary("Counting", copy.Folder()); }
+    const DllCopy copy;
+};
+
 const wchar_t* const kMethodsWithText[] = {
     L"SOF_ExportUserCert", L"SOF_ExportExChangeUserCert",
     L"SOF_GetCertInfo",    L"SOF_GetCertInfoByOid",
@@ -50,17 +55,8 @@ const wchar_t* const kMethodsWithTrue[] = {
 
 const std::wstring& QuietDll()
 {
-    static const std::wstring path = [] {
-        wchar_t temp[MAX_PATH] = {};
-        GetTempPathW(MAX_PATH, temp);
-        const std::wstring folder = temp + (L"kzrquiet" + std::to_wstring(GetCurrentProcessId())) + L"\\";
-        CreateDirectoryW(folder.c_str(), nullptr);
-        const std::wstring copy = folder + L"KzrSecX_x64.dll";
-        EXPECT_TRUE(CopyFileW(DllPath().c_str(), copy.c_str(), FALSE)) << "error " << GetLastError();
-        PutFakeLogLibrary("Counting", folder);
-        return copy;
-    }();
-    return path;
+    static const QuietCopy quiet;
+    return quiet.copy.Path();
 }
 
 long CountedErrorLines()

@@ -9,6 +9,7 @@
 namespace kzr::test {
 
 // A copy of the DLL in a folder of this process, the counting log library beside it. The path of the copy.
+// The library stays loaded, so another process removes the folder.
 const std::wstring& QuietDll();
 
 // Lines since the start of the process, by the counting library.

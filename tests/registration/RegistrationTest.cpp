@@ -170,33 +170,6 @@ TEST_F(Registration, RegisteringRemovesWhatAnOlderReleaseLeftInAClassKey)
     EXPECT_EQ(DifferenceFrom(GoldenKeys(m_path)), "");
 }
 
-// A copy of the DLL in a folder of this name, removed afterwards.
-class Copy {
-  public:
-    explicit Copy(const std::wstring& folderName)
-    {
-        wchar_t temp[MAX_PATH];
-        GetTempPathW(MAX_PATH, temp);
-        m_folder = temp + (L"kzr" + std::to_wstring(GetCurrentProcessId()) + folderName);
-        CreateDirectoryW(m_folder.c_str(), nullptr);
-        m_path = m_folder + L"\\KzrSecX_x64.dll";
-        if (!CopyFileW(DllPath().c_str(), m_path.c_str(), FALSE))
-            throw std::runtime_error("the DLL cannot be copied");
-    }
-    Copy(const Copy&) = delete;
-    Copy& operator=(const Copy&) = delete;
-    ~Copy()
-    {
-        DeleteFileW(m_path.c_str());
-        RemoveDirectoryW(m_folder.c_str());
-    }
-    const std::wstring& Path() const { return m_path; }
-
-  private:
-    std::wstring m_folder;
-    std::wstring m_path;
-};
-
 struct FolderName {
     const char* label;
     const wchar_t* name;
@@ -206,7 +179,7 @@ class RegistrationFromFolder : public CleanRegistry, public testing::WithParamIn
 
 TEST_P(RegistrationFromFolder, ThePathRegistersWholeAndGoesAgain)
 {
-    const Copy copy(GetParam().name);
+    const DllCopy copy(GetParam().name);
     const ServerModule server(copy.Path());
     EXPECT_EQ(server.Register(), S_OK);
     EXPECT_EQ(DifferenceFrom(GoldenKeys(copy.Path())), "");
@@ -230,8 +203,8 @@ INSTANTIATE_TEST_SUITE_P(Names, RegistrationFromFolder, testing::ValuesIn(kFolde
 
 TEST_F(CleanRegistry, RegisteringFromAnotherFolderReplacesEveryPath)
 {
-    const Copy first(L"first");
-    const Copy second(L"second");
+    const DllCopy first(L"first");
+    const DllCopy second(L"second");
     ASSERT_EQ(ServerModule(first.Path()).Register(), S_OK);
     const ServerModule server(second.Path());
     EXPECT_EQ(server.Register(), S_OK);

@@ -1,7 +1,6 @@
 // Registering over and over, from paths at the edges of what a path may be, and with a registry that cannot
 // be written.
 #include <cstdio>
-#include <stdexcept>
 
 #include "registration/CleanRegistry.h"
 #include "support/Rounds.h"
@@ -61,42 +60,28 @@ TEST_F(RegistrationRounds, WhatIsMissingChangedOrTooMuchIsFound)
     EXPECT_EQ("", DifferenceFrom(GoldenKeys(path))) << "the keys are as they were";
 }
 
-// A copy in nested folders, its whole path exactly this long.
+// Nested folders below this one, so deep that the path of the DLL in them is exactly this long.
+std::wstring DeepBelow(const std::wstring& folder, std::size_t length)
+{
+    std::wstring deep = folder;
+    const std::size_t name = std::wstring(L"KzrSecX_x64.dll").size();
+    while (deep.size() + name < length) {
+        const std::size_t missing = length - name - deep.size();
+        // Never one character alone to be filled at the end: a folder needs two.
+        const std::size_t part = missing > 60 ? 50 : missing;
+        deep += std::wstring(part - 1, L'd') + L"\\";
+    }
+    return deep;
+}
+
 class DeepCopy {
   public:
-    explicit DeepCopy(std::size_t length)
-    {
-        wchar_t temp[MAX_PATH];
-        GetTempPathW(MAX_PATH, temp);
-        m_path = temp + (L"kzr" + std::to_wstring(GetCurrentProcessId()));
-        CreateDirectoryW(m_path.c_str(), nullptr);
-        m_folders.push_back(m_path);
-        const std::size_t name = std::wstring(L"\\KzrSecX_x64.dll").size();
-        while (m_path.size() + name < length) {
-            const std::size_t missing = length - name - m_path.size();
-            // Never one character alone to be filled at the end: a folder needs two.
-            const std::size_t part = missing > 60 ? 50 : missing;
-            m_path += L"\\" + std::wstring(part - 1, L'd');
-            CreateDirectoryW(m_path.c_str(), nullptr);
-            m_folders.push_back(m_path);
-        }
-        m_path += L"\\KzrSecX_x64.dll";
-        if (!CopyFileW(DllPath().c_str(), m_path.c_str(), FALSE))
-            throw std::runtime_error("the DLL cannot be copied");
-    }
-    DeepCopy(const DeepCopy&) = delete;
-    DeepCopy& operator=(const DeepCopy&) = delete;
-    ~DeepCopy()
-    {
-        DeleteFileW(m_path.c_str());
-        for (auto folder = m_folders.rbegin(); folder != m_folders.rend(); ++folder)
-            RemoveDirectoryW(folder->c_str());
-    }
+    explicit DeepCopy(std::size_t length) : m_path(CopyDllTo(DeepBelow(m_folder.Path(), length))) {}
     const std::wstring& Path() const { return m_path; }
 
   private:
-    std::wstring m_path;
-    std::vector<std::wstring> m_folders;
+    const TempFolder m_folder;
+    const std::wstring m_path;
 };
 
 class RegistrationFromDeepFolder : public CleanRegistry, public testing::WithParamInterface<int> {};

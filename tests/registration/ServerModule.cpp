@@ -5,17 +5,6 @@
 
 namespace kzr::test {
 
-std::wstring DllPath()
-{
-    wchar_t path[1024];
-    const DWORD length = GetEnvironmentVariableW(L"KZRSECX_DLL", path, 1024);
-    if (length == 0 || length >= 1024)
-        throw std::runtime_error("KZRSECX_DLL does not name the DLL under test");
-    if (GetFileAttributesW(path) == INVALID_FILE_ATTRIBUTES)
-        throw std::runtime_error("KZRSECX_DLL: no such file");
-    return path;
-}
-
 ServerModule::ServerModule(const std::wstring& path) : m_module(LoadLibraryW(path.c_str()))
 {
     if (!m_module) throw std::runtime_error("the DLL under test does not load");

@@ -6,11 +6,9 @@
 #include <string>
 
 #include "com/Handles.h"
+#include "support/TestDll.h"
 
 namespace kzr::test {
-
-// The path of the DLL under test, from the environment variable KZRSECX_DLL; throws when it names no file.
-std::wstring DllPath();
 
 class ServerModule {
   public:

@@ -1,4 +1,6 @@
-// A new, empty folder for one test, removed with what is in it.
+// A new, empty folder for one test, removed with what is in it. What cannot be removed then, such as a
+// library that is still loaded, and what a process left that came to no end, is removed by the first folder
+// of the next process.
 #pragma once
 
 #include <windows.h>
@@ -9,6 +11,7 @@ namespace kzr::test {
 
 class TempFolder {
   public:
+    // Throws when there can be none.
     TempFolder();
     ~TempFolder();
     TempFolder(const TempFolder&) = delete;
@@ -19,8 +22,11 @@ class TempFolder {
     std::wstring operator/(const wchar_t* name) const { return m_path + name; }
 
   private:
-    std::wstring m_path;
+    const std::wstring m_path;
 };
+
+// Makes the folder, which ends in "\", and those that it is in.
+void MakeFolders(const std::wstring& folder);
 
 // For paths of plain ASCII.
 std::string ToNarrow(const std::wstring& path);

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <stdexcept>
 #include <utility>
 
 namespace kzr::test {
@@ -36,16 +37,12 @@ std::wstring DllPath()
     return path;
 }
 
-std::wstring CopyDllToOwnFolder(std::wstring& folder)
+std::wstring CopyDllTo(const std::wstring& folder)
 {
-    static int count = 0;
-    wchar_t temp[MAX_PATH] = {};
-    GetTempPathW(MAX_PATH, temp);
-    folder = std::wstring(temp) + L"kzr" + std::to_wstring(GetCurrentProcessId()) + L"_" +
-             std::to_wstring(++count) + L"\\";
-    CreateDirectoryW(folder.c_str(), nullptr);
+    MakeFolders(folder);
     const std::wstring copy = folder + L"KzrSecX_x64.dll";
-    EXPECT_TRUE(CopyFileW(DllPath().c_str(), copy.c_str(), FALSE)) << "error " << GetLastError();
+    if (!CopyFileW(DllPath().c_str(), copy.c_str(), FALSE))
+        throw std::runtime_error("the DLL cannot be copied: error " + std::to_string(GetLastError()));
     return copy;
 }
 

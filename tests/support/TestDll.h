@@ -8,6 +8,7 @@
 #include <string>
 
 #include "com/ComPtr.h"
+#include "support/TempFolder.h"
 
 namespace kzr::test {
 
@@ -15,9 +16,26 @@ namespace kzr::test {
 // nothing could be tested.
 std::wstring DllPath();
 
-// Copies the DLL into a new folder of its own, for tests that put something beside it. The folder ends in
-// "\".
-std::wstring CopyDllToOwnFolder(std::wstring& folder);
+// Copies the DLL into the folder, which ends in "\" and is made when it is not there; answers the copy's
+// path. Throws when it cannot.
+std::wstring CopyDllTo(const std::wstring& folder);
+
+// A copy in a folder of its own, for tests that put something beside it. It must be unloaded at its end.
+class DllCopy {
+  public:
+    // `below`: in this one below the folder, without a "\".
+    explicit DllCopy(const std::wstring& below = L"")
+        : m_path(CopyDllTo(m_folder.Path() + (below.empty() ? below : below + L"\\")))
+    {}
+
+    const std::wstring& Path() const { return m_path; }
+    // With a "\" at its end.
+    std::wstring Folder() const { return m_path.substr(0, m_path.rfind(L'\\') + 1); }
+
+  private:
+    const TempFolder m_folder;
+    const std::wstring m_path;
+};
 
 class TestDll {
   public:
