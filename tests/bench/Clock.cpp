@@ -64,8 +64,6 @@ void Measure(const std::vector<Measured>& cases, int rounds)
     std::fflush(stdout);
 }
 
-double SecondsOf(const std::function<void()>& run) { return TimeOf(run, 1); }
-
 void Stretches::Begin()
 {
     m_next = 0;

@@ -17,9 +17,6 @@ struct Measured {
 // Prints "time NAME NANOSECONDS" for each: of one run, without what the loop costs.
 void Measure(const std::vector<Measured>& cases, int rounds);
 
-// Seconds of a single run.
-double SecondsOf(const std::function<void()>& run);
-
 // Work that is much longer than a batch and cannot be done in parts: it marks where it stands instead. Each
 // stretch between two marks counts with the tenth percentile of its own rounds, so that what interrupts one
 // does not count for the whole.

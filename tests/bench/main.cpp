@@ -1,11 +1,8 @@
 // Measures one part per run, so that no part disturbs another:
 //     kzr_bench FOLDER cpu|server|load|table|growth|exact|planted [ROUNDS]
-//     kzr_bench FOLDER profile|profile.log|profile.create
 // FOLDER holds quiet\ (the component and a log library that drops everything), plain\ (the component alone),
 // Empty.dll and Planted.dll. Ends with the line END.
 #include <windows.h>
-
-#include <psapi.h>
 
 #include <array>
 #include <cstdio>
@@ -82,6 +79,8 @@ class PlatformAlone {
             Component::Quit("a call failed");
         VariantClear(&result);
     }
+    // What keeping the type information alive takes.
+    void Reference() { const ComPtr<ITypeInfo> held = m_info; }
 
   private:
     static constexpr std::size_t kInvoke = 6;  // after IUnknown's three and three of IDispatch's
@@ -125,6 +124,7 @@ void MeasureProcessor()
              {"platform",
               [&] { InvokeNumber(platform.Dispatch(), DISPID_ICrypto_SetPinFlag, DISPATCH_METHOD, 1); }},
              {"typeinfo+SetPinFlag", typeInfoCall},
+             {"typeinfo.reference", [&] { platform.Reference(); }},
              {"name+SetPinFlag", [&] { lookUp(), setPinFlag(); }},
              {"SetPinFlag.vtable", [&] { crypto->SetPinFlag(1, &flag); }},
              {"Hash", [&] { Hash(crypto.Get()); }},
@@ -196,70 +196,6 @@ void MeasureLoad()
     Measure({{"load", [&] { Component(plain).Factory(CLSID_Crypto); }}, {"load.empty", loadEmpty}}, g_rounds);
 }
 
-// ---- For a profiler: the same step for five seconds, with what it costs and where the modules lie.
-
-void TellModules()
-{
-    HMODULE modules[256];
-    DWORD bytes = 0;
-    K32EnumProcessModules(GetCurrentProcess(), modules, sizeof(modules), &bytes);
-    for (DWORD i = 0; i < bytes / sizeof(HMODULE); ++i) {
-        MODULEINFO facts{};
-        char name[MAX_PATH] = {};
-        K32GetModuleInformation(GetCurrentProcess(), modules[i], &facts, sizeof(facts));
-        K32GetModuleBaseNameA(GetCurrentProcess(), modules[i], name, MAX_PATH);
-        std::printf("module %s %p %lx\n", name, facts.lpBaseOfDll, facts.SizeOfImage);
-    }
-    std::fflush(stdout);
-}
-
-void RepeatForSeconds(const std::function<void()>& step)
-{
-    constexpr double kSeconds = 5;
-    TellModules();
-    long times = 0;
-    double spent = 0;
-    for (; spent < kSeconds; times += 1000)
-        spent += SecondsOf([&] {
-            for (int i = 0; i < 1000; ++i) step();
-        });
-    std::printf("time step %.1f\n", spent * 1e9 / static_cast<double>(times));
-}
-
-// One call through the type information.
-void RepeatHash(const std::wstring& path)
-{
-    const Component component(path);
-    const ComPtr<ICrypto> crypto = component.Make<ICrypto>(CLSID_Crypto);
-    VARIANT argument{};
-    argument.vt = VT_BSTR;
-    argument.bstrVal = Text();
-    DISPPARAMS parameters{&argument, nullptr, 1, 0};
-    RepeatForSeconds([&] {
-        VARIANT result{};
-        crypto->Invoke(DISPID_ICrypto_Hash, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters,
-                       &result, nullptr, nullptr);
-        VariantClear(&result);
-    });
-}
-
-void RepeatHashWithLog()
-{
-    {
-        const Component component(Plain());
-    }  // makes the folder above
-    CreateDirectoryW(LogFolder().c_str(), nullptr);
-    RepeatHash(Plain());
-}
-
-void RepeatMaking()
-{
-    const Component component(Quiet());
-    const ComPtr<ICrypto> first = component.Make<ICrypto>(CLSID_Crypto);
-    const ComPtr<IClassFactory> factory = component.Factory(CLSID_Crypto);
-    RepeatForSeconds([&] { MakeAndRelease(factory.Get()); });
-}
-
 int Run(const std::wstring& part)
 {
     if (FAILED(g_backend.Register())) Component::Quit("the backend could not be registered");
@@ -276,12 +212,6 @@ int Run(const std::wstring& part)
         MeasureGrowth(isShort ? 50000 : 1000000, isShort ? 60 : 300);
     else if (part == L"exact")
         CountExactly();
-    else if (part == L"profile")
-        RepeatHash(Quiet());
-    else if (part == L"profile.log")
-        RepeatHashWithLog();
-    else if (part == L"profile.create")
-        RepeatMaking();
     else if (part == L"planted")
         CountPlanted();
     else
