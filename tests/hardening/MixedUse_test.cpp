@@ -57,9 +57,9 @@ TEST_F(RandomUse, IsTheSameAgainFromTheSameSeedInEveryStep)
 }
 
 constexpr int kTenths = 10;
-// Heap blocks that may be more after ten tenths than after the first: of the platform's own, one comes and
-// goes.
-constexpr std::size_t kNoiseBlocks = 4;
+// Heap blocks that may be more after ten tenths than after the first: a table may double that late, as one
+// does with a tenth of the usual calls.
+constexpr std::size_t kNoiseBlocks = 2;
 
 KZR_CHILD(LongUse)
 {
@@ -71,8 +71,9 @@ KZR_CHILD(LongUse)
     Holdings first, last;
     int steps = 0;
     for (int tenth = 0; tenth <= kTenths; ++tenth) {
-        // Counted with nothing in hand.
+        // Counted with nothing in hand, and with the same certificate, which the module keeps.
         use.DropAll();
+        Call(bench.Make(kCertificate).Get(), L"importCert", {L"MIIB", I2(1), L""});
         PumpMessages();
         last = CountHoldings();
         if (tenth == 1) first = last;
