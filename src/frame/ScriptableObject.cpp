@@ -148,8 +148,8 @@ HRESULT ScriptableBase::GuardedInvoke(DISPID id, LCID locale, WORD flags, DISPPA
     const ComPtr<IUnknown> alive(&m_inner);
     HRESULT answer = S_OK;
     const bool finished = Guarded([&] {
-        ITypeInfo* info = nullptr;
-        answer = m_facts.typeInfo.Borrow(locale, info);
+        ComPtr<ITypeInfo> info;
+        answer = m_facts.typeInfo.Get(locale, info);
         if (FAILED(answer)) return;
         if (parameters && !HasItsArrays(*parameters)) {
             answer = E_INVALIDARG;

@@ -156,17 +156,9 @@ HRESULT TypeInfo::Load(LCID locale, Loaded** loaded)
 
 HRESULT TypeInfo::Get(LCID locale, ComPtr<ITypeInfo>& info)
 {
-    ITypeInfo* borrowed = nullptr;
-    const HRESULT result = Borrow(locale, borrowed);
-    if (SUCCEEDED(result)) info = ComPtr<ITypeInfo>(borrowed);
-    return result;
-}
-
-HRESULT TypeInfo::Borrow(LCID locale, ITypeInfo*& info)
-{
     Loaded* loaded = nullptr;
     const HRESULT result = Load(locale, &loaded);
-    if (SUCCEEDED(result)) info = loaded->info.Get();
+    if (SUCCEEDED(result)) info = loaded->info;
     return result;
 }
 

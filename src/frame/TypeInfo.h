@@ -24,9 +24,6 @@ class TypeInfo {
 
     // The type information; the loader's HRESULT when it cannot be had, and then the next call tries again.
     HRESULT Get(LCID locale, ComPtr<ITypeInfo>& info);
-    // The same without a reference, which is a twentieth of a whole call's time: it is good for as long as
-    // anything of the module is alive.
-    HRESULT Borrow(LCID locale, ITypeInfo*& info);
 
     // As the type information answers. One name alone, the usual question, is answered from the kept names.
     HRESULT GetIDsOfNames(LPOLESTR* names, UINT count, LCID locale, DISPID* ids);
