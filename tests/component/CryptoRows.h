@@ -1,5 +1,5 @@
-// The facts of a forwarding method of CCrypto, from which each row of its table is made: what the caller gave,
-// what the backend was sent and answered, what came of it.
+// The facts of a forwarding method of CCrypto, from which each row of its table is made: what the caller
+// gave, what the backend was sent and answered, what came of it.
 #pragma once
 
 #include <string>
@@ -53,7 +53,8 @@ struct Forwarder {
     Case Gives(const char* name, const Values& given, const Values& sent, const Answer& answer,
                const Value& retVal) const
     {
-        return Row(name, given, begin(given) + LogSteps{Calls(backend, sent, answer), Trace(success)}, retVal);
+        return Row(name, given, begin(given) + LogSteps{Calls(backend, sent, answer), Trace(success)},
+                   retVal);
     }
     // The same, the backend's text being the answer.
     Case Gives(const char* name, const Values& given, const Values& sent, const Answer& answer) const

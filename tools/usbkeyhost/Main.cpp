@@ -117,7 +117,8 @@ int wmain(int argc, wchar_t** argv)
     app.add_option("-c,--call", options.calls, "Call a method once: NAME or NAME,ARGUMENT,...")
         ->type_name("CALL");
     app.add_option("-o,--on-event", options.onEvent, "Call a method at each event")->type_name("CALL");
-    app.add_option("-n,--events", options.events, "End after this many events")->check(CLI::Range(1, 1000000));
+    app.add_option("-n,--events", options.events, "End after this many events")
+        ->check(CLI::Range(1, 1000000));
     app.add_option("-s,--seconds", options.seconds, "End after this many seconds")
         ->check(CLI::Range(0.001, 86400.0));
     app.add_flag("-p,--properties", options.properties, "Show the property page first");

@@ -3,7 +3,15 @@
 
 #include <windows.h>
 
-enum : VARTYPE { VT_EMPTY = 0, VT_NULL = 1, VT_I2 = 2, VT_I4 = 3, VT_BSTR = 8, VT_BOOL = 11, VT_VARIANT = 12 };
+enum : VARTYPE {
+    VT_EMPTY = 0,
+    VT_NULL = 1,
+    VT_I2 = 2,
+    VT_I4 = 3,
+    VT_BSTR = 8,
+    VT_BOOL = 11,
+    VT_VARIANT = 12
+};
 
 struct VARIANT {
     VARTYPE vt;
