@@ -4,7 +4,6 @@
 #include <optional>
 #include <vector>
 
-#include "base/File.h"
 #include "com/Error.h"
 #include "com/Handles.h"
 #include "com/Immortal.h"
@@ -30,8 +29,6 @@ Immortal<std::unique_ptr<Watch>> g_watch;  // under g_changing
 Mutex g_windowsLock;
 Immortal<std::vector<std::shared_ptr<EventWindow>>> g_windows;
 
-constexpr std::size_t kPluggingLimit = 4096;
-
 std::string StoreRoot() { return Store(Store::DefaultRoot()).Root(); }
 
 std::optional<std::string> PluggingOf(const std::string& root, const std::string& serialNumber)
@@ -48,15 +45,22 @@ void EndLogin(const std::string& root, const std::string& serialNumber)
     Sessions::EndIfPulled(serialNumber, [&] { return PluggingOf(root, serialNumber); });
 }
 
-// A key that was back before the pull could be noticed makes no news; its login would stay in memory and keep
-// the module. Most often a glance at one file shows that nothing happened.
+// A glance at one file, which most often shows that nothing happened.
+bool SeemsOver(const std::string& key, const std::string& plugging) noexcept
+{
+    try {
+        return Device::PluggingIn(key) != plugging;
+    } catch (...) {
+        return true;  // one that cannot be read is none
+    }
+}
+
+// A pull that could not be noticed, before the key was back or known at all, makes no news; its login would
+// stay in memory and keep the module.
 void EndUntold(const std::string& root)
 {
-    for (const auto& [serialNumber, plugging] : Sessions::Pluggings()) {
-        const auto now =
-            ReadFileIfThere(PluggingFile(KeysFolder(root) + "\\" + serialNumber), kPluggingLimit);
-        if (now && TextOf(*now) != plugging) EndLogin(root, serialNumber);
-    }
+    for (const auto& [serialNumber, plugging] : Sessions::Pluggings())
+        if (SeemsOver(KeysFolder(root) + "\\" + serialNumber, plugging)) EndLogin(root, serialNumber);
 }
 
 void Tell(const std::string& root, const PlugEvent& event)

@@ -16,7 +16,7 @@ namespace kzr::softkey {
 class PlugWatch {
   public:
     // Each throws when the watch cannot begin; then nothing was added. Nor is a login whose plugging is over:
-    // Failure(UnknownKey).
+    // Failure(UnknownKey). A watch that was begun for it ends when the module is next asked to unload.
     static void Connect(const std::shared_ptr<EventWindow>& window);
     static void BeginLogin(const std::string& serialNumber, const std::string& plugging, Secret deviceKey);
 

@@ -98,10 +98,12 @@ int Device::AdminTriesLeft() const
     return ReadPins(m_folder).admin.left;
 }
 
-// Without the lock: it is written while the key is parked.
-std::string Device::Plugging() const
+std::string Device::Plugging() const { return PluggingIn(m_folder); }
+
+// Without the lock: it is written while the key is parked or made.
+std::string Device::PluggingIn(const std::string& folder)
 {
-    const auto content = ReadFileIfThere(PluggingFile(m_folder), kRecordLimit);
+    const auto content = ReadFileIfThere(PluggingFile(folder), kRecordLimit);
     return content ? std::string(TextOf(*content)) : std::string();
 }
 

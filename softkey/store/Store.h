@@ -55,9 +55,12 @@ class Device {
     PinAnswer ChangeAdminPin(std::string_view oldPin, std::string_view newPin) const;
     int AdminTriesLeft() const;
 
-    // Another text each time that the key is plugged or made; "" for one that is pulled.
-    // A login is good for the plugging in which it was made, which is asked for before the PIN is tried.
+    // Another text each time that the key is plugged or made; "" for one that is pulled, and until it is next
+    // plugged for one that an older version made. A login is good for the plugging in which it was made,
+    // which is asked for before the PIN is tried.
     std::string Plugging() const;
+    // The same by the folder of a key, which need not be there.
+    static std::string PluggingIn(const std::string& folder);
 
     KeyHandle PrivateKey(const Secret& deviceKey, const std::string& container, Pair pair) const;
 

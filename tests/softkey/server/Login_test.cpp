@@ -1,11 +1,13 @@
 // How long a login lasts: for the process, and no longer than the key is plugged.
 #include <atomic>
+#include <optional>
 #include <string>
 #include <thread>
 
 #include "base/File.h"
 #include "softkey/server/ServerTest.h"
 #include "softkey/server/Sink.h"
+#include "store/Folder.h"
 #include "store/Layout.h"
 #include "support/ComponentTest.h"
 
@@ -19,6 +21,15 @@ class ServerLogin : public ServerTest {
     HRESULT Sign(const wchar_t* id) { return Call(L"SOF_SignData", {id, L"text"}).result; }
     // As if it were pulled and plugged, which nobody notices.
     void PlugUnnoticed() { WriteWholeFile(PluggingFile(Key()), ViewOf(std::to_string(++m_plugged))); }
+    // Without a value while the file is being replaced.
+    std::optional<softkey::Bytes> TriesAtThisMoment() const
+    {
+        try {
+            return ReadFileIfThere(PinFile(Key()), 1 << 20);
+        } catch (const Failure&) {
+            return std::nullopt;
+        }
+    }
     std::string Key() const { return KeysFolder(home->Store().Root()) + "\\SN01"; }
 
   private:
@@ -86,9 +97,9 @@ TEST_F(ServerLogin, OneWhoseKeyWasPulledAndPluggedWhileItsPinWasTriedIsRefused)
     // Whoever comes to it too late tries again.
     for (int i = 0; i < 20 && result == S_OK; ++i) {
         // A try is spent before the PIN is looked at, which takes its time.
-        const auto before = softkey::ReadWholeFile(PinFile(Key()));
+        const auto before = TriesAtThisMoment();
         std::atomic<bool> ended{false};
-        std::thread caller([&] {
+        const std::jthread caller([&] {
             CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
             ComPtr<IDispatch> other = NewControl();
             result = kzr::test::Call(other.Get(), L"SOF_Login", {kAlice, kWidePin}).result;
@@ -96,9 +107,12 @@ TEST_F(ServerLogin, OneWhoseKeyWasPulledAndPluggedWhileItsPinWasTriedIsRefused)
             other.Reset();
             CoUninitialize();
         });
-        while (!ended && softkey::ReadWholeFile(PinFile(Key())) == before) Sleep(1);
+        while (!ended) {
+            const auto now = TriesAtThisMoment();
+            if (now && now != before) break;
+            Sleep(1);
+        }
         PlugUnnoticed();
-        caller.join();
     }
     EXPECT_EQ(kUnknownKey, result);
     EXPECT_EQ(kNotLoggedIn, Sign(kAlice));
@@ -112,6 +126,22 @@ TEST_F(ServerLogin, APullThatNobodyNoticesEndsItAllTheSame)
     EXPECT_EQ(kNotLoggedIn, Sign(kAlice));
     control.Reset();
     EXPECT_TRUE(PumpUntil([this] { return dll->CanUnloadNow() == S_OK; })) << "it stands in memory";
+}
+
+TEST_F(ServerLogin, APluggingThatCannotBeReadIsOver)
+{
+    for (const bool isThere : {false, true}) {
+        control = NewControl();
+        LogIn(kAlice);
+        // Larger than a record may be.
+        if (isThere)
+            WriteWholeFile(PluggingFile(Key()), softkey::Bytes(300 * 1024, 'x'));
+        else
+            RemoveFile(PluggingFile(Key()));
+        control.Reset();
+        EXPECT_TRUE(PumpUntil([this] { return dll->CanUnloadNow() == S_OK; })) << isThere;
+        PlugUnnoticed();
+    }
 }
 
 TEST_F(ServerLogin, ItEndsWhenTheKeyIsDeleted)
