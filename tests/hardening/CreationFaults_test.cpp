@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <memory>
 #include <string>
 
 #include "Area.h"
@@ -114,21 +115,26 @@ int CreateWithFailure(QuietBench& bench, const ScriptedClass& made, const Point&
 // backend lock, and the cache is made of them under both, by a control in its first call.
 bool IsMadeOnAnotherThread(QuietBench& bench, const ScriptedClass& made, DWORD milliseconds = kPatience)
 {
-    HRESULT answer = kThrown;
-    std::size_t devices = 0;
+    struct Came {
+        HRESULT answer = kThrown;
+        std::size_t devices = 0;
+    };
+    // The thread's too: it may come back after this call has.
+    const auto came = std::make_shared<Came>();
     const bool back = ComesBackOnAnotherThread(
-        [&] {
+        [&bench, &made, came] {
             const RegisteredHere registered(*bench.backend);
             bench.backend->ForgetCalls();
-            answer = MakeAndCall(bench, made);
-            devices = bench.backend->CallsOf(L"GetDeviceInfo");
+            came->answer = MakeAndCall(bench, made);
+            came->devices = bench.backend->CallsOf(L"GetDeviceInfo");
             bench.backend->ForgetCalls();
         },
         milliseconds, COINIT_APARTMENTTHREADED);
-    if (back && (answer != S_OK || devices == 0))
+    if (!back) return false;
+    if (came->answer != S_OK || came->devices == 0)
         std::printf("%s on another thread answers 0x%lx, with %zu questions about devices\n", made.name,
-                    static_cast<unsigned long>(answer), devices);
-    return back && answer == S_OK && devices != 0;
+                    static_cast<unsigned long>(came->answer), came->devices);
+    return came->answer == S_OK && came->devices != 0;
 }
 
 // Whether one way of each point leaks a block, another one at the next.
@@ -214,8 +220,13 @@ KZR_CHILD(CreationsWithoutTheLocks)
     QuietBench bench;
     for (const ScriptedClass* const made : kScriptedClasses)
         if (!IsMadeOnAnotherThread(bench, *made)) return 2;
-    bench.backend->Allow(L"GetDeviceInfo", Answer().Running([] { Sleep(INFINITE); }));
+    const HANDLE arrived = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    bench.backend->Allow(L"GetDeviceInfo", Answer().Running([arrived] {
+        SetEvent(arrived);
+        Sleep(INFINITE);
+    }));
     if (IsMadeOnAnotherThread(bench, kUtil, kShortPatience)) return 3;
+    if (WaitForSingleObject(arrived, kPatience) != WAIT_OBJECT_0) return 6;
     AnswerEverything(*bench.backend);
     int waiting = 0;
     for (const ScriptedClass* const made : kScriptedClasses)

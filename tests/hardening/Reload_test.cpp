@@ -57,7 +57,7 @@ bool FaultOnAThreadThatEnds(const TestDll& dll, ScriptedBackend& backend, int nu
             done = CreateAndFault(dll, backend, number);
             backend.Unregister();
         },
-        kPatience, COINIT_APARTMENTTHREADED);
+        INFINITE, COINIT_APARTMENTTHREADED);  // the whole child has a limit
     return back && done;
 }
 

@@ -75,11 +75,13 @@ std::wstring NameFor(const Owner& owner, int number)
 // False for a name that is none of ours.
 bool ParseName(const wchar_t* name, Owner& owner)
 {
+    const wchar_t* const process = name + kStart.size();
     wchar_t* end = nullptr;
-    owner.process = std::wcstoul(name + kStart.size(), &end, 10);
-    if (*end != L'_') return false;
-    owner.born = std::wcstoull(end + 1, &end, 16);
-    return *end == L'_';
+    owner.process = std::wcstoul(process, &end, 10);
+    if (end == process || *end != L'_') return false;
+    const wchar_t* const born = end + 1;
+    owner.born = std::wcstoull(born, &end, 16);
+    return end != born && *end == L'_' && end[1] >= L'0' && end[1] <= L'9';
 }
 
 void RemoveWhatTheDeadLeft(const std::wstring& temp)
