@@ -177,7 +177,7 @@ class Cache {
     ComPtr<IClassFactory> m_factory;
 };
 
-// One piece of work in two sizes, the greater one ten times the smaller one, up to its end: what drops the
+// One piece of work in two sizes, the greater one with ten times as much to do, up to its end: what drops the
 // map is not measured.
 struct Sizes {
     std::string name;
