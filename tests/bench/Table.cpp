@@ -219,6 +219,7 @@ void MeasureTable(NullBackend& backend, int rounds)
         add(each.name, few, lists.emplace_back(each.list(each.large), each.stretch), rebuild);
     }
     // Well apart, so that none of them follows another one whose blocks have just gone back to the heap.
+    // Reading, which may come right before the inserts, keeps no blocks.
     cases.insert(cases.begin(), {"inserts", 10, [&](Stretches& to) { InsertAll(smallTexts, to); },
                                  [&](Stretches& to) { InsertAll(largeTexts, to); }});
     const auto place = [&](std::size_t at) {
